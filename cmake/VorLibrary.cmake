@@ -1,0 +1,31 @@
+# vor_library(NAME <target> DIR <dir> [DEPS <targets>...])
+# One static library per directory: public headers under <dir>/public, the rest under <dir>/main.
+# Sources are gathered by glob so that a new file needs no edit here; while a library has no
+# sources yet it is an interface target that carries its headers and dependencies.
+function(vor_library)
+  cmake_parse_arguments(ARG "" "NAME;DIR" "DEPS" ${ARGN})
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${ARG_DIR}/main/*.cpp")
+  if(sources)
+    add_library(${ARG_NAME} STATIC ${sources})
+    target_include_directories(${ARG_NAME} PUBLIC "${ARG_DIR}/public" PRIVATE "${ARG_DIR}/main")
+    target_link_libraries(${ARG_NAME} PUBLIC ${ARG_DEPS})
+  else()
+    add_library(${ARG_NAME} INTERFACE)
+    target_include_directories(${ARG_NAME} INTERFACE "${ARG_DIR}/public")
+    target_link_libraries(${ARG_NAME} INTERFACE ${ARG_DEPS})
+  endif()
+endfunction()
+
+# vor_test(NAME <target> DIR <dir> DEPS <targets>...)
+# One GoogleTest executable per library; every test becomes a ctest entry of its own.
+function(vor_test)
+  cmake_parse_arguments(ARG "" "NAME;DIR" "DEPS" ${ARGN})
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${ARG_DIR}/*.cpp")
+  if(NOT sources)
+    return()
+  endif()
+  add_executable(${ARG_NAME} ${sources})
+  target_include_directories(${ARG_NAME} PRIVATE "${CMAKE_SOURCE_DIR}/tests")
+  target_link_libraries(${ARG_NAME} PRIVATE ${ARG_DEPS} GTest::gtest GTest::gmock GTest::gtest_main)
+  gtest_discover_tests(${ARG_NAME} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
+endfunction()
