@@ -79,11 +79,11 @@ TEST(TStringCore, RejectsMalformedUtf8WithTheByteOffset) {
         std::size_t offset;
     };
     Case const cases[] = {
-        {"ab\xff", 2},              // a byte that never starts a sequence
-        {"a\xc3", 1},               // truncated sequence
-        {"\xc0\xaf", 0},            // overlong encoding
-        {"xy\xed\xa0\x80", 2},      // encoded surrogate
-        {"\xf4\x90\x80\x80", 0},    // beyond U+10FFFF
+        {"ab\xff", 2},            // a byte that never starts a sequence
+        {"a\xc3", 1},             // truncated sequence
+        {"\xc0\xaf", 0},          // overlong encoding
+        {"xy\xed\xa0\x80", 2},    // encoded surrogate
+        {"\xf4\x90\x80\x80", 0},  // beyond U+10FFFF
     };
     for (auto const& c : cases) {
         try {

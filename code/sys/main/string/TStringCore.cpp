@@ -16,7 +16,9 @@ bool SameCharacter(wchar_t a, wchar_t b, CaseSensitivity cs) {
                u_foldCase(static_cast<UChar32>(b), U_FOLD_CASE_DEFAULT);
 }
 
-bool IsScalarValue(UChar32 c) { return c >= 0 && c <= 0x10FFFF && !U_IS_SURROGATE(c); }
+bool IsScalarValue(UChar32 c) {
+    return c >= 0 && c <= 0x10FFFF && !U_IS_SURROGATE(c);
+}
 
 }  // namespace
 
@@ -113,12 +115,16 @@ TStringCore operator+(TStringCore const& a, TStringCore const& b) {
     TStringCore r(a);
     return r += b;
 }
-TStringCore operator+(TStringCore&& a, TStringCore const& b) { return std::move(a += b); }
+TStringCore operator+(TStringCore&& a, TStringCore const& b) {
+    return std::move(a += b);
+}
 TStringCore operator+(TStringCore const& a, wchar_t const* b) {
     TStringCore r(a);
     return r += b;
 }
-TStringCore operator+(TStringCore&& a, wchar_t const* b) { return std::move(a += b); }
+TStringCore operator+(TStringCore&& a, wchar_t const* b) {
+    return std::move(a += b);
+}
 TStringCore operator+(wchar_t const* a, TStringCore const& b) {
     TStringCore r(a);
     return r += b;
@@ -127,14 +133,22 @@ TStringCore operator+(TStringCore const& a, wchar_t b) {
     TStringCore r(a);
     return r += b;
 }
-TStringCore operator+(TStringCore&& a, wchar_t b) { return std::move(a += b); }
+TStringCore operator+(TStringCore&& a, wchar_t b) {
+    return std::move(a += b);
+}
 TStringCore operator+(wchar_t a, TStringCore const& b) {
     TStringCore r(a, 1);
     return r += b;
 }
 
-std::size_t hash_value(TStringCore const& text) noexcept { return std::hash<std::wstring_view>{}(text.view()); }
+std::size_t hash_value(TStringCore const& text) noexcept {
+    return std::hash<std::wstring_view>{}(text.view());
+}
 
-std::ostream& operator<<(std::ostream& out, TStringCore const& text) { return out << text.ToUtf8(); }
+std::ostream& operator<<(std::ostream& out, TStringCore const& text) {
+    return out << text.ToUtf8();
+}
 
-void PrintTo(TStringCore const& text, std::ostream* out) { *out << '"' << text.ToUtf8() << '"'; }
+void PrintTo(TStringCore const& text, std::ostream* out) {
+    *out << '"' << text.ToUtf8() << '"';
+}

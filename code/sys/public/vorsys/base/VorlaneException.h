@@ -13,7 +13,9 @@ public:
     VorlaneException& operator=(VorlaneException const&) = default;
     ~VorlaneException() override = default;
 
-    char const* what() const noexcept override { return m_text.empty() ? "vorsys exception" : m_text.c_str(); }
+    char const* what() const noexcept override {
+        return m_text.empty() ? "vorsys exception" : m_text.c_str();
+    }
 
 private:
     std::string m_text;

@@ -71,7 +71,9 @@ public:
     // error paths never fail.
     std::string ToUtf8() const;
 
-    friend bool operator==(TStringCore const& a, TStringCore const& b) noexcept { return a.m_text == b.m_text; }
+    friend bool operator==(TStringCore const& a, TStringCore const& b) noexcept {
+        return a.m_text == b.m_text;
+    }
     friend bool operator==(TStringCore const& a, wchar_t const* b) noexcept {
         return a.view() == std::wstring_view(b ? b : L"");
     }

@@ -1,0 +1,67 @@
+#pragma once
+
+// Test support for the system's failure pattern: a failed check makes exactly one debug report
+// and then throws one exception with the same code.
+
+#include <gtest/gtest.h>
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "zel/core/utility/ZelDebugReport.h"
+#include "zel/core/utility/ZelException.h"
+
+namespace zel::test {
+
+struct CapturedReport {
+    std::string sourcePath;
+    int line = 0;
+    std::string conditionText;
+    core::ZelError error = core::ZelError::LogicFailure;
+    std::string message;
+};
+
+// Collects every debug report made while it lives, from any thread.
+class ReportCollector {
+public:
+    ReportCollector()
+        : m_scope([this](core::ZelDebugReport const& r) {
+              std::lock_guard lock(m_mutex);
+              m_reports.push_back({std::string(r.sourcePath), r.line, std::string(r.conditionText), r.error,
+                                   std::string(r.message)});
+          }) {}
+
+    std::vector<CapturedReport> Reports() const {
+        std::lock_guard lock(m_mutex);
+        return m_reports;
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    std::vector<CapturedReport> m_reports;
+    core::ScopedZelDebugReportHandler m_scope;
+};
+
+// Runs `action`, expecting one report with `conditionText` and `error`, then an exception of type
+// `Exception` (and of no other ZelException type) carrying the same code.
+template <class Exception = core::ZelRuntimeException, class Action>
+void ExpectCheckFailure(Action&& action, core::ZelError error, std::string const& conditionText) {
+    ReportCollector collector;
+    bool thrown = false;
+    try {
+        action();
+    } catch (Exception const& e) {
+        thrown = true;
+        EXPECT_EQ(e.GetError(), error) << e.what();
+    } catch (core::ZelException const& e) {
+        ADD_FAILURE() << "wrong exception type: " << e.what();
+    }
+    EXPECT_TRUE(thrown) << "no exception for " << conditionText;
+    auto const reports = collector.Reports();
+    ASSERT_EQ(reports.size(), 1u) << "for " << conditionText;
+    EXPECT_EQ(reports[0].conditionText, conditionText);
+    EXPECT_EQ(reports[0].error, error);
+}
+
+}  // namespace zel::test
