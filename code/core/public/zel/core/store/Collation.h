@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+
+#include "vorsys/string/TStringCore.h"
+
+namespace zel::core {
+
+class RIndirectString;
+
+// How strings compare under one collation. Hash and Equal agree: texts that compare equal hash
+// alike. Implementations are immutable and shared between threads.
+class ICollator {
+public:
+    virtual ~ICollator() = default;
+    // The name by which Collation::Named finds this collator again ("binary", "nocase", "de").
+    virtual TStringCore const& GetName() const noexcept = 0;
+    // Negative, zero or positive, as a is ordered before, with or after b.
+    virtual int Compare(std::wstring_view a, std::wstring_view b) const = 0;
+    virtual bool Equal(std::wstring_view a, std::wstring_view b) const = 0;
+    virtual std::uint64_t Hash(std::wstring_view text) const = 0;
+};
+
+// Names how the strings of a column compare. A small value: a shared pointer to an immutable
+// collator. The default is binary (code point order, exact equality).
+//
+// Named collations:
+//   "binary"       code point order
+//   "nocase"       binary after Unicode simple case folding
+//   any ICU locale ("de", "sv", "en-u-ks-level2", ...) the locale's collation order; its equality
+//                  and hash follow the collator's sort keys, so a level-2 locale ignores case too
+class Collation {
+public:
+    Collation();  // binary
+    // Throws ZelRuntimeException (UnsupportedOperation) naming the collation when it is unknown.
+    static Collation Named(TStringCore const& name);
+    static Collation const& Binary();
+
+    ICollator const& GetCollator() const noexcept { return *m_collator; }
+    TStringCore const& GetName() const noexcept { return m_collator->GetName(); }
+    bool IsBinary() const noexcept;
+
+    friend bool operator==(Collation const& a, Collation const& b) noexcept {
+        return a.m_collator == b.m_collator || a.GetName() == b.GetName();
+    }
+
+private:
+    explicit Collation(std::shared_ptr<ICollator const> collator) : m_collator(std::move(collator)) {}
+    std::shared_ptr<ICollator const> m_collator;
+};
+
+// Hash and equality of string elements under a collation, for hash containers of strings.
+class CollatorHash {
+public:
+    explicit CollatorHash(Collation const& collation = Collation::Binary()) : m_collation(collation) {}
+    std::uint64_t operator()(RIndirectString const& text) const;
+
+private:
+    Collation m_collation;
+};
+
+class CollatorEqualTo {
+public:
+    explicit CollatorEqualTo(Collation const& collation = Collation::Binary()) : m_collation(collation) {}
+    bool operator()(RIndirectString const& a, RIndirectString const& b) const;
+
+private:
+    Collation m_collation;
+};
+
+}  // namespace zel::core
