@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 namespace zel::core {
@@ -49,7 +50,10 @@ constexpr bool IsUniformCollectionStoreType(StoreType type) noexcept {
     return type == StoreType::Array || type == StoreType::Set;
 }
 
-// The lower-case name used in VTL types, store formats and messages ("double", "array").
+// The lower-case name used in VTL types, store formats and messages ("double", "array", "keymap";
+// "empty" for Empty). An empty view for a byte that names no type (12, 16 to 254).
 std::string_view StoreTypeName(StoreType type) noexcept;
+// The type of a name of StoreTypeName (exact, lower case); nullopt for any other text and for "empty".
+std::optional<StoreType> ParseStoreTypeName(std::string_view name) noexcept;
 
 }  // namespace zel::core
