@@ -1,0 +1,124 @@
+#include "vormetrics/MetricsRegistry.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include "metrics/MetricsFixture.h"
+#include "vormetrics/MetricsScope.h"
+
+using namespace metrics_test;
+
+TEST_F(MetricsTest, AggregatesExactlyAcrossThreadsRecordingTheSameNames) {
+    constexpr int c_threads = 8;
+    constexpr int c_perThread = 2000;
+    wchar_t const* const names[] = {L"zel_VM_Execute", L"RunNode_Map", L"RunNode_\u00e9t\u00e9"};
+    auto const t0 = Clock::now();
+    // Thread t gives its i-th sample of name k the duration (t * c_perThread + i + 1) * (k + 1) ns.
+    auto duration = [](int t, int i, int k) { return nanoseconds((t * c_perThread + i + 1) * (k + 1)); };
+
+    std::atomic<bool> done{false};
+    std::thread reader([&] {  // snapshots while the writers run see counts that only grow
+        std::uint64_t last = 0;
+        while (!done.load()) {
+            auto const all = Metrics::GetRegistry().Snapshot();
+            std::uint64_t sum = 0;
+            for (auto const& s : all) {
+                EXPECT_LE(s.min, s.max);
+                sum += s.count;
+            }
+            EXPECT_GE(sum, last);
+            last = sum;
+        }
+    });
+    std::vector<std::thread> writers;
+    for (int t = 0; t < c_threads; ++t) {
+        writers.emplace_back([&, t] {
+            for (int i = 0; i < c_perThread; ++i) {
+                for (int k = 0; k < 3; ++k) {
+                    Metrics::GetRegistry().Record(Metrics::MetricsValue(names[k]), t0,
+                                                  t0 + duration(t, i, k));
+                }
+            }
+        });
+    }
+    for (auto& w : writers) {
+        w.join();
+    }
+    done = true;
+    reader.join();
+
+    auto const all = Metrics::GetRegistry().Snapshot();
+    ASSERT_EQ(all.size(), 3u);
+    std::int64_t const n = std::int64_t{c_threads} * c_perThread;
+    for (int k = 0; k < 3; ++k) {
+        auto const s = Find(all, names[k]);
+        ASSERT_TRUE(s) << k;
+        EXPECT_EQ(s->count, static_cast<std::uint64_t>(n));
+        EXPECT_EQ(s->total, nanoseconds(n * (n + 1) / 2 * (k + 1)));
+        EXPECT_EQ(s->min, nanoseconds(k + 1));
+        EXPECT_EQ(s->max, nanoseconds(n * (k + 1)));
+        EXPECT_EQ(s->Mean(), s->total / n);
+    }
+}
+
+TEST_F(MetricsTest, ScopesClosingOnManyThreadsAreAllCounted) {
+    MetricsFilter::SetFilter(MetricsFilter::c_allBits);
+    constexpr int c_threads = 6;
+    constexpr int c_perThread = 3000;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < c_threads; ++t) {
+        threads.emplace_back([t] {
+            for (int i = 0; i < c_perThread; ++i) {
+                auto scope = Metrics::OpenScope(t % 2 == 0 ? L"even" : L"odd");
+                ASSERT_NE(scope, nullptr);
+            }
+        });
+    }
+    for (auto& t : threads) {
+        t.join();
+    }
+    auto const all = Metrics::GetRegistry().Snapshot();
+    ASSERT_EQ(all.size(), 2u);
+    for (auto const& s : all) {
+        EXPECT_EQ(s.count, std::uint64_t{c_threads / 2 * c_perThread}) << s.name;
+        EXPECT_LE(s.min, s.Mean());
+        EXPECT_LE(s.Mean(), s.max);
+        EXPECT_GE(s.total, s.max);
+    }
+}
+
+TEST_F(MetricsTest, SnapshotIsSortedByTotalAndResetForgetsEverything) {
+    auto const t0 = Clock::now();
+    auto record = [&](wchar_t const* name, std::int64_t ns) {
+        Metrics::GetRegistry().Record(Metrics::MetricsValue(name), t0, t0 + nanoseconds(ns));
+    };
+    record(L"short", 10);
+    record(L"long", 500);
+    record(L"tie_b", 100);
+    record(L"tie_a", 60);
+    record(L"tie_a", 40);
+    record(L"short", 15);
+    record(L"backwards", 0);
+    Metrics::GetRegistry().Record(Metrics::MetricsValue(L"backwards"), t0,
+                                  t0 - nanoseconds(5));  // clamped to 0
+
+    auto const all = Metrics::GetRegistry().Snapshot();
+    std::vector<TStringCore> order;
+    for (auto const& s : all) {
+        order.push_back(s.name);
+    }
+    EXPECT_EQ(order, (std::vector<TStringCore>{L"long", L"tie_a", L"tie_b", L"short", L"backwards"}));
+    EXPECT_EQ(all[1],
+              (Metrics::ScopeStatistics{L"tie_a", 2, nanoseconds(100), nanoseconds(40), nanoseconds(60)}));
+    EXPECT_EQ(all[4].count, 2u);
+    EXPECT_EQ(all[4].max, nanoseconds(0));
+
+    Metrics::GetRegistry().Reset();
+    EXPECT_TRUE(Metrics::GetRegistry().Snapshot().empty());
+    EXPECT_TRUE(Metrics::GetRegistry().Report().isEmpty());
+    record(L"short", 7);
+    EXPECT_EQ(Metrics::GetRegistry().Snapshot()[0].total, nanoseconds(7));
+}
