@@ -7,6 +7,8 @@
 
 namespace zel::core {
 
+class RIndirectString;
+
 // What a set of values holds in memory. Values share parts (a column in two tables, a string in
 // many rows), so every heap block is counted once, by its address, however often it is reached.
 class MemoryUsage {
@@ -32,6 +34,9 @@ public:
     // Adds one block; returns false when the block was already counted, so that a value can skip
     // walking parts that another value has already added.
     bool AddBlock(void const* identity, std::size_t bytes);
+    // Adds the shared text block of a string element (nothing for the empty string, which owns no
+    // block); the text is counted once however many handles share it.
+    bool AddString(RIndirectString const& text);
 
     std::unique_ptr<MemoryUsage> Build();
 

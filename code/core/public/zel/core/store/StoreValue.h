@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <type_traits>
 
 #include "vorsys/string/TStringCore.h"
 #include "zel/core/store/KeySegmentType.h"
@@ -15,6 +16,8 @@ class IStoreArrayOps;
 class IStoreSet;
 class IStoreKeyMap;
 class IStoreTable;
+class IStoreTuple;
+class IStoreKeySet;
 template <class T>
 class ITypedArray;
 
@@ -56,6 +59,10 @@ public:
     virtual IStoreSet const& AsSet() const;
     virtual IStoreKeyMap const& AsKeyMap() const;
     virtual IStoreTable const& AsTable() const;
+    // The elements of a Tuple.
+    virtual IStoreTuple const& AsTuple() const;
+    // The untyped view of a key set (a value of type Object); see KeySet.h for the typed one.
+    virtual IStoreKeySet const& AsKeySet() const;
 
     // A value of its own with equal content.
     virtual std::unique_ptr<StoreValue> Clone() const = 0;
@@ -75,10 +82,35 @@ public:
     template <class T>
     ITypedArray<T> const& AsTypedArray() const;
 
+    // The part of Compare that every kind shares: non-zero when a and b differ in StoreType (ordered
+    // by its number) or in being special (specials first, then by kind). Zero when both are
+    // ordinary values of one type, or specials of one type and kind, so that the caller compares
+    // the content.
+    static int CompareTypeAndSpecial(StoreValue const& a, StoreValue const& b);
+
 protected:
     // Throws the ZelLogicException of an interface this value has not got.
     [[noreturn]] void ThrowNoInterface(char const* interfaceName) const;
 };
+
+template <class T>
+ITypedArray<T> const& StoreValue::AsTypedArray() const {
+    // The cast is checked: an array of another storage type is refused, not reinterpreted.
+    if (auto const* typed = dynamic_cast<ITypedArray<T> const*>(&AsCollection())) {
+        return *typed;
+    }
+    if constexpr (std::is_same_v<T, unsigned char>) {
+        ThrowNoInterface("ITypedArray<unsigned char>");
+    } else if constexpr (std::is_same_v<T, unsigned int>) {
+        ThrowNoInterface("ITypedArray<unsigned int>");
+    } else if constexpr (std::is_same_v<T, unsigned long long>) {
+        ThrowNoInterface("ITypedArray<unsigned long long>");
+    } else if constexpr (std::is_same_v<T, RIndirectString>) {
+        ThrowNoInterface("ITypedArray<RIndirectString>");
+    } else {
+        ThrowNoInterface("ITypedArray<std::shared_ptr<StoreValue>>");
+    }
+}
 
 }  // namespace zel::core
 
