@@ -37,8 +37,8 @@ int ToSign(std::strong_ordering order) noexcept {
     return order < 0 ? -1 : (order > 0 ? 1 : 0);
 }
 
-// Code point order; a wchar_t that is no scalar value orders by its unsigned 32-bit value.
-class BinaryCollator final : public ICollator {
+// Binary: code point order; a wchar_t that is no scalar value orders by its unsigned 32-bit value.
+class CodePointCollator final : public ICollator {
 public:
     TStringCore const& GetName() const noexcept override { return m_name; }
 
@@ -248,11 +248,6 @@ UCollatorPtr OpenIcuCollator(TStringCore const& name) {
     return collator;
 }
 
-std::shared_ptr<ICollator const> const& BinaryCollatorInstance() {
-    static std::shared_ptr<ICollator const> const instance = std::make_shared<BinaryCollator const>();
-    return instance;
-}
-
 // One collator object per name for the life of the process.
 class CollatorRegistry {
 public:
@@ -285,10 +280,13 @@ CollatorRegistry& Registry() {
 
 }  // namespace
 
-Collation::Collation() : m_collator(BinaryCollatorInstance()) {}
+ICollator const& Collation::BinaryCollator() noexcept {
+    static CodePointCollator const binary;
+    return binary;
+}
 
-Collation const& Collation::Binary() {
-    static Collation const binary(BinaryCollatorInstance());
+Collation const& Collation::Binary() noexcept {
+    static constinit Collation const binary;
     return binary;
 }
 
@@ -303,15 +301,18 @@ Collation Collation::Named(TStringCore const& name) {
     return Collation(std::move(collator));
 }
 
-bool Collation::IsBinary() const noexcept {
-    return m_collator == BinaryCollatorInstance();
-}
-
+// Binary columns skip the virtual call; the binary hash is the one of hash_value(RIndirectString).
 std::uint64_t CollatorHash::operator()(RIndirectString const& text) const {
+    if (m_collation.IsBinary()) {
+        return hash_value(text);
+    }
     return m_collation.GetCollator().Hash(text.View());
 }
 
 bool CollatorEqualTo::operator()(RIndirectString const& a, RIndirectString const& b) const {
+    if (m_collation.IsBinary()) {
+        return a == b;
+    }
     return m_collation.GetCollator().Equal(a.View(), b.View());
 }
 

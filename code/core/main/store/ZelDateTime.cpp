@@ -40,7 +40,7 @@ bool Expect(std::string_view text, std::size_t pos, char c) noexcept {
 
 }  // namespace
 
-ZelDateTime const ZelDateTime::DateTimeDefault{};
+constinit ZelDateTime const ZelDateTime::DateTimeDefault{};
 
 std::optional<ZelDateTime> ZelDateTime::FromFields(int yearValue, unsigned monthValue, unsigned dayValue,
                                                    unsigned hour, unsigned minute, unsigned second,

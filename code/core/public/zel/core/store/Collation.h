@@ -33,14 +33,16 @@ public:
 //                  and hash follow the collator's sort keys, so a level-2 locale ignores case too
 class Collation {
 public:
-    Collation();  // binary
+    // Binary. Constant-initialised, so that type constants made from it are usable during the
+    // dynamic initialisation of any translation unit.
+    constexpr Collation() noexcept = default;
     // Throws ZelRuntimeException (UnsupportedOperation) naming the collation when it is unknown.
     static Collation Named(TStringCore const& name);
-    static Collation const& Binary();
+    static Collation const& Binary() noexcept;
 
-    ICollator const& GetCollator() const noexcept { return *m_collator; }
-    TStringCore const& GetName() const noexcept { return m_collator->GetName(); }
-    bool IsBinary() const noexcept;
+    ICollator const& GetCollator() const noexcept { return m_collator ? *m_collator : BinaryCollator(); }
+    TStringCore const& GetName() const noexcept { return GetCollator().GetName(); }
+    bool IsBinary() const noexcept { return !m_collator; }
 
     friend bool operator==(Collation const& a, Collation const& b) noexcept {
         return a.m_collator == b.m_collator || a.GetName() == b.GetName();
@@ -48,7 +50,9 @@ public:
 
 private:
     explicit Collation(std::shared_ptr<ICollator const> collator) : m_collator(std::move(collator)) {}
-    std::shared_ptr<ICollator const> m_collator;
+    static ICollator const& BinaryCollator() noexcept;
+
+    std::shared_ptr<ICollator const> m_collator;  // null for binary
 };
 
 // Hash and equality of string elements under a collation, for hash containers of strings.

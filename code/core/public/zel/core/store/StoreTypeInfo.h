@@ -7,10 +7,13 @@ namespace zel::core {
 
 // A StoreType with its collation (meaningful for strings) and the optional flag. The flag marks a
 // value that a store may lack; the system itself always passes false. Equality compares all three.
+//
+// The constants below are constant-initialised: they may be read, and copied into constants of
+// other translation units, during static initialisation.
 class StoreTypeInfo {
 public:
-    StoreTypeInfo() noexcept : m_type(StoreType::Empty) {}
-    StoreTypeInfo(StoreType type, bool optional) : m_type(type), m_optional(optional) {}
+    constexpr StoreTypeInfo() noexcept : m_type(StoreType::Empty) {}
+    constexpr StoreTypeInfo(StoreType type, bool optional) noexcept : m_type(type), m_optional(optional) {}
     StoreTypeInfo(StoreType type, bool optional, Collation collation)
         : m_type(type), m_optional(optional), m_collation(std::move(collation)) {}
 

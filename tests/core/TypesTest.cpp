@@ -1,0 +1,136 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <unordered_set>
+#include <vector>
+
+#include "zel/core/store/KeySegmentType.h"
+#include "zel/core/store/RIndirectString.h"
+#include "zel/core/store/StoreType.h"
+#include "zel/core/store/StoreTypeInfo.h"
+
+using namespace zel::core;
+
+TEST(StoreTypes, NamesRoundTripAndUnusedNumbersHaveNone) {
+    int named = 0;
+    for (int number = 0; number < 255; ++number) {
+        auto const type = static_cast<StoreType>(number);
+        auto const name = StoreTypeName(type);
+        if (name.empty()) {
+            EXPECT_TRUE(number == 12 || number > 15) << number;
+            continue;
+        }
+        ++named;
+        auto const parsed = ParseStoreTypeName(name);
+        ASSERT_TRUE(parsed.has_value()) << name;
+        EXPECT_EQ(*parsed, type) << name;
+    }
+    EXPECT_EQ(named, 15);
+    EXPECT_EQ(StoreTypeName(StoreType::Empty), "empty");
+    EXPECT_EQ(StoreTypeName(StoreType::KeyMap), "keymap");
+    EXPECT_FALSE(ParseStoreTypeName("empty"));
+    EXPECT_FALSE(ParseStoreTypeName("Double"));
+    EXPECT_FALSE(ParseStoreTypeName(""));
+}
+
+TEST(StoreTypes, CollectionPredicates) {
+    for (int number = 0; number <= 15; ++number) {
+        auto const type = static_cast<StoreType>(number);
+        bool const collection = number >= 10 && number != 12;
+        bool const uniform = number == 10 || number == 11;
+        EXPECT_EQ(IsCollectionStoreType(type), collection) << number;
+        EXPECT_EQ(IsUniformCollectionStoreType(type), uniform) << number;
+    }
+    EXPECT_FALSE(IsCollectionStoreType(StoreType::Empty));
+}
+
+TEST(StoreTypeInfos, ConstantsEqualityAndEmpty) {
+    EXPECT_EQ(StoreTypeInfo::Array.GetStoreType(), StoreType::Array);
+    EXPECT_EQ(StoreTypeInfo::KeyMap.GetStoreType(), StoreType::KeyMap);
+    EXPECT_TRUE(StoreTypeInfo::String.GetCollation().IsBinary());
+    EXPECT_TRUE(StoreTypeInfo::Empty.IsEmpty());
+    EXPECT_EQ(StoreTypeInfo(), StoreTypeInfo::Empty);
+    EXPECT_FALSE(StoreTypeInfo::Int32.IsEmpty());
+    EXPECT_EQ(StoreTypeInfo(StoreType::Double, false), StoreTypeInfo::Double);
+
+    // The optional flag and the collation both count.
+    EXPECT_FALSE(StoreTypeInfo(StoreType::Double, true) == StoreTypeInfo::Double);
+    StoreTypeInfo const nocase(StoreType::String, false, Collation::Named(L"nocase"));
+    EXPECT_FALSE(nocase == StoreTypeInfo::String);
+    EXPECT_EQ(nocase, StoreTypeInfo(StoreType::String, false, Collation::Named(L"nocase")));
+}
+
+TEST(KeySegmentTypes, HoldAMainAndAChildType) {
+    KeySegmentType const none;
+    EXPECT_FALSE(none.HasType());
+    EXPECT_TRUE(none.GetChildType().IsEmpty());
+
+    KeySegmentType const array(StoreTypeInfo::Array, StoreTypeInfo::Double);
+    EXPECT_TRUE(array.HasType());
+    EXPECT_EQ(array.GetChildType().GetStoreType(), StoreType::Double);
+    EXPECT_FALSE(array == KeySegmentType(StoreTypeInfo::Array, StoreTypeInfo::Int64));
+    EXPECT_EQ(KeySegmentType(StoreType::KeyMap, false), KeySegmentType(StoreTypeInfo::KeyMap));
+
+    auto const list = KeySegmentType::MakeVector({StoreTypeInfo::Int32, array});
+    ASSERT_EQ(list.size(), 2u);
+    EXPECT_EQ(list[1], array);
+}
+
+TEST(RIndirectStrings, CopiesShareTheTextAndEqualityIsByText) {
+    RIndirectString const a(L"hello");
+    RIndirectString const copy = a;
+    EXPECT_EQ(&a.Get(), &copy.Get());  // one block
+
+    RIndirectString const other(TStringCore(L"hello"));
+    EXPECT_NE(&a.Get(), &other.Get());
+    EXPECT_EQ(a, other);
+    EXPECT_EQ(hash_value(a), hash_value(other));
+    EXPECT_EQ(std::hash<RIndirectString>{}(a), hash_value(other));
+    EXPECT_FALSE(a == RIndirectString(L"Hello"));
+
+    TStringCore const& text = a;
+    EXPECT_EQ(text, L"hello");
+}
+
+TEST(RIndirectStrings, EmptyTextsOwnNothingAndEqualEachOther) {
+    RIndirectString const none;
+    RIndirectString const empty(L"");
+    RIndirectString const fromNull(static_cast<wchar_t const*>(nullptr));
+    EXPECT_TRUE(none.IsEmpty());
+    EXPECT_TRUE(empty.IsEmpty());
+    EXPECT_TRUE(fromNull.IsEmpty());
+    EXPECT_EQ(none, empty);
+    EXPECT_EQ(hash_value(none), hash_value(RIndirectString(TStringCore())));
+    EXPECT_TRUE(none.Get().isEmpty());
+    EXPECT_FALSE(none == RIndirectString(L" "));
+}
+
+TEST(RIndirectStrings, MovedFromHandleIsEmptyAndCopiesSurviveTheOriginal) {
+    RIndirectString kept;
+    {
+        RIndirectString original(L"shared text");
+        kept = original;
+        RIndirectString moved(std::move(original));
+        EXPECT_TRUE(original.IsEmpty());  // NOLINT(bugprone-use-after-move): the state is specified
+        EXPECT_EQ(moved, kept);
+    }
+    EXPECT_EQ(kept.View(), L"shared text");
+}
+
+TEST(RIndirectStrings, ConcurrentCopiesOfOneHandle) {
+    RIndirectString const shared(L"many readers");
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&shared] {
+            for (int i = 0; i < 10000; ++i) {
+                RIndirectString copy = shared;
+                ASSERT_EQ(copy.View().size(), 12u);
+            }
+        });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(shared.View(), L"many readers");
+}
