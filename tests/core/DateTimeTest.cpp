@@ -5,7 +5,6 @@
 #include <limits>
 #include <string>
 
-#include "zel/core/store/ZelColor.h"
 #include "zel/core/store/ZelDateTime.h"
 
 using namespace zel::core;
@@ -145,12 +144,4 @@ TEST(DateTimes, ValuesPastTheRangeReadAsTheLastInstant) {
         ZelDateTime::SysTime(std::chrono::sys_days(std::chrono::year{10000} / std::chrono::January / 1))));
     EXPECT_FALSE(ZelDateTime::FromSysTime(
         ZelDateTime::SysTime(std::chrono::sys_days(std::chrono::year{0} / std::chrono::December / 31))));
-}
-
-TEST(Colors, OrderByTheirPackedValue) {
-    constexpr ZelColor red(0xFF0000FF);
-    constexpr ZelColor blue(0x0000FFFF);
-    static_assert(blue < red && red > blue && !(red == blue));
-    EXPECT_EQ(ZelColor().GetValue(), 0u);
-    EXPECT_EQ(red.GetValue() >> 24, 0xFFu);
 }

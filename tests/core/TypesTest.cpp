@@ -1,11 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <string>
 #include <thread>
-#include <unordered_set>
 #include <vector>
 
-#include "zel/core/store/KeySegmentType.h"
 #include "zel/core/store/RIndirectString.h"
 #include "zel/core/store/StoreType.h"
 #include "zel/core/store/StoreTypeInfo.h"
@@ -34,17 +31,6 @@ TEST(StoreTypes, NamesRoundTripAndUnusedNumbersHaveNone) {
     EXPECT_FALSE(ParseStoreTypeName(""));
 }
 
-TEST(StoreTypes, CollectionPredicates) {
-    for (int number = 0; number <= 15; ++number) {
-        auto const type = static_cast<StoreType>(number);
-        bool const collection = number >= 10 && number != 12;
-        bool const uniform = number == 10 || number == 11;
-        EXPECT_EQ(IsCollectionStoreType(type), collection) << number;
-        EXPECT_EQ(IsUniformCollectionStoreType(type), uniform) << number;
-    }
-    EXPECT_FALSE(IsCollectionStoreType(StoreType::Empty));
-}
-
 TEST(StoreTypeInfos, ConstantsEqualityAndEmpty) {
     EXPECT_EQ(StoreTypeInfo::Array.GetStoreType(), StoreType::Array);
     EXPECT_EQ(StoreTypeInfo::KeyMap.GetStoreType(), StoreType::KeyMap);
@@ -59,22 +45,6 @@ TEST(StoreTypeInfos, ConstantsEqualityAndEmpty) {
     StoreTypeInfo const nocase(StoreType::String, false, Collation::Named(L"nocase"));
     EXPECT_FALSE(nocase == StoreTypeInfo::String);
     EXPECT_EQ(nocase, StoreTypeInfo(StoreType::String, false, Collation::Named(L"nocase")));
-}
-
-TEST(KeySegmentTypes, HoldAMainAndAChildType) {
-    KeySegmentType const none;
-    EXPECT_FALSE(none.HasType());
-    EXPECT_TRUE(none.GetChildType().IsEmpty());
-
-    KeySegmentType const array(StoreTypeInfo::Array, StoreTypeInfo::Double);
-    EXPECT_TRUE(array.HasType());
-    EXPECT_EQ(array.GetChildType().GetStoreType(), StoreType::Double);
-    EXPECT_FALSE(array == KeySegmentType(StoreTypeInfo::Array, StoreTypeInfo::Int64));
-    EXPECT_EQ(KeySegmentType(StoreType::KeyMap, false), KeySegmentType(StoreTypeInfo::KeyMap));
-
-    auto const list = KeySegmentType::MakeVector({StoreTypeInfo::Int32, array});
-    ASSERT_EQ(list.size(), 2u);
-    EXPECT_EQ(list[1], array);
 }
 
 TEST(RIndirectStrings, CopiesShareTheTextAndEqualityIsByText) {
