@@ -45,12 +45,8 @@ std::shared_ptr<StoreValue> MakeString(wchar_t const* value) {
 }
 
 std::shared_ptr<StoreValue> MakeString(TStringCore const& value, Collation const& collation) {
-    return MakeString(RIndirectString(value), collation);
-}
-
-std::shared_ptr<StoreValue> MakeString(RIndirectString value, Collation const& collation) {
     return std::make_shared<ScalarValue<StoreType::String>>(
-        StoreTypeInfo(StoreType::String, false, collation), std::move(value));
+        StoreTypeInfo(StoreType::String, false, collation), RIndirectString(value));
 }
 
 std::shared_ptr<StoreValue> MakeDate(ZelDateTime value) {

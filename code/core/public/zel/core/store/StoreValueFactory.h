@@ -25,7 +25,6 @@ std::shared_ptr<StoreValue> MakeDouble(double value);
 std::shared_ptr<StoreValue> MakeString(TStringCore const& value);
 std::shared_ptr<StoreValue> MakeString(wchar_t const* value);
 std::shared_ptr<StoreValue> MakeString(TStringCore const& value, Collation const& collation);
-std::shared_ptr<StoreValue> MakeString(RIndirectString value, Collation const& collation);
 std::shared_ptr<StoreValue> MakeDate(ZelDateTime value);
 std::shared_ptr<StoreValue> MakeDateTime(ZelDateTime value);
 std::shared_ptr<StoreValue> MakeColor(ZelColor value);
