@@ -12,6 +12,7 @@
 #include "zel/core/store/MemoryUsage.h"
 #include "zel/core/store/StoreValueFactory.h"
 #include "zel/core/store/StoreValueUtil.h"
+#include "zel/core/utility/HugePageAllocator.h"
 
 using namespace zel::core;
 using namespace zel::test;
@@ -292,6 +293,22 @@ TEST(ArrayMemory, SharedBuffersCountOnce) {
     auto const stringUsage = usageOf({strings.get()});
     EXPECT_LT(stringUsage->GetTotalBytes(), 50 * 8 + 2 * 200 * sizeof(wchar_t) + 1024);
     EXPECT_GE(stringUsage->GetTotalBytes(), 200 * sizeof(wchar_t));
+}
+
+TEST(ArrayMemory, LargeColumnsSitOnHugePageBoundaries) {
+    std::size_t const large = c_hugePageThreshold / sizeof(Bits) + 1;
+    auto const array =
+        factory::MakeConstantArray<Bits>(StoreTypeInfo::Int64, 5ull, static_cast<unsigned int>(large));
+    auto const flat = array->AsArray().Flatten();
+    auto const* data = flat->AsTypedArray<Bits>().GetFlatValues().data();
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(data) % c_hugePageSize, 0u);
+    EXPECT_EQ(data[large - 1], 5u);
+
+    // Small buffers come from the ordinary heap and are freed to it.
+    HugePageVector<Bits> small(16);
+    HugePageVector<Bits> moved = std::move(small);
+    moved.resize(large);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(moved.data()) % c_hugePageSize, 0u);
 }
 
 }  // namespace
