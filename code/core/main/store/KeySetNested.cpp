@@ -1,4 +1,4 @@
-// The five key sets whose keys are held as std::shared_ptr<StoreValue>.
+// The five key sets whose keys are nested values (std::shared_ptr<StoreValue>).
 #include "KeySetValue.ipp"
 
 namespace zel::core {
