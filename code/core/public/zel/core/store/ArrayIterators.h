@@ -19,8 +19,7 @@
 //
 // A range holds the element type and shared references to the parts, so that it, and every
 // iterator taken from it, stays valid after the array value is gone. A range caches its end
-// iterator under a once-flag of its own (std::call_once, which needs no library beyond the
-// standard one): two threads may iterate one range object at once.
+// iterator under a once-flag of its own: two threads may iterate one range object at once.
 //
 //   auto const& array = value->AsTypedArray<unsigned long long>();
 //   if (!array.HasSpecialValues()) {
@@ -38,10 +37,11 @@
 #include <cstddef>
 #include <iterator>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <utility>
 #include <vector>
+
+#include <boost/thread/once.hpp>
 
 #include "zel/core/store/StoreType.h"
 #include "zel/core/store/StoreTypeInfo.h"
@@ -239,8 +239,8 @@ public:
 
     iterator begin() const { return iterator(m_parts, 0, m_size, m_isConstant, m_isRunLength); }
     iterator const& end() const {
-        std::call_once(m_endOnce,
-                       [this] { m_end.emplace(m_parts, m_size, m_size, m_isConstant, m_isRunLength); });
+        boost::call_once(m_endOnce,
+                         [this] { m_end.emplace(m_parts, m_size, m_size, m_isConstant, m_isRunLength); });
         return *m_end;
     }
 
@@ -255,7 +255,7 @@ private:
     unsigned int m_size;
     bool m_isConstant;
     bool m_isRunLength;
-    mutable std::once_flag m_endOnce;
+    mutable boost::once_flag m_endOnce = BOOST_ONCE_INIT;
     mutable std::optional<iterator> m_end;
 };
 
