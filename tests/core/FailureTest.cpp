@@ -165,3 +165,24 @@ TEST(DebugReport, ScopedHandlerRestoresThePreviousOne) {
     EXPECT_EQ(inner, 1);
     EXPECT_EQ(outer, 1);
 }
+
+TEST(Checks, FailuresWithTextCarryItInReportAndException) {
+    ReportCollector collector;
+    try {
+        ZEL_FAIL_WITH_TEXT(ZelError::CreateTableInputInvalid, L"column \u00e9 is not an array");
+        FAIL() << "no throw";
+    } catch (ZelRuntimeException const& e) {
+        EXPECT_EQ(e.GetText(), L"column \u00e9 is not an array");
+    }
+    try {
+        ZEL_FAIL_LOGIC_WITH_TEXT(ZelError::UnsupportedOperation, L"no key map interface");
+        FAIL() << "no throw";
+    } catch (ZelLogicException const& e) {
+        EXPECT_STREQ(e.what(), "logic error 1 (UnsupportedOperation): no key map interface");
+    }
+    auto const reports = collector.Reports();
+    ASSERT_EQ(reports.size(), 2u);
+    EXPECT_EQ(reports[0].conditionText, "");
+    EXPECT_EQ(reports[0].message, "column \xc3\xa9 is not an array");
+    EXPECT_EQ(reports[1].error, ZelError::UnsupportedOperation);
+}

@@ -57,16 +57,16 @@ public:
         } else if (walk.depth + 1 < path.GetCount()) {
             text += L": " + Quote(path.Slice(0, walk.depth + 1)) + L" is missing";
         }
-        ZEL_STORE_FAIL(ZelError::KeyNotFound, text);
+        ZEL_FAIL_WITH_TEXT(ZelError::KeyNotFound, text);
     }
 
     void SetValue(KeyPath const& path, std::shared_ptr<StoreValue> const& value) override {
         if (!value) {
-            ZEL_STORE_FAIL(ZelError::UnsupportedOperation, L"cannot set " + Quote(path) + L" to no value");
+            ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedOperation, L"cannot set " + Quote(path) + L" to no value");
         }
         if (path.IsEmpty()) {
             if (value->IsSpecial() || value->GetStoreType() != StoreType::KeyMap) {
-                ZEL_STORE_FAIL(ZelError::UnsupportedTypes, L"the root of a store must be a key map, not a " +
+                ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedTypes, L"the root of a store must be a key map, not a " +
                                                                detail::DescribeType(*value));
             }
             m_root = value;
@@ -78,7 +78,7 @@ public:
 
     void UpdateValue(KeyPath const& path, std::shared_ptr<StoreValue> const& value) override {
         if (!FindValue(path)) {
-            ZEL_STORE_FAIL(ZelError::KeyNotFound, L"cannot update " + Quote(path) + L": it holds no value");
+            ZEL_FAIL_WITH_TEXT(ZelError::KeyNotFound, L"cannot update " + Quote(path) + L": it holds no value");
         }
         SetValue(path, value);
     }
@@ -139,7 +139,7 @@ private:
         if (!node->IsSpecial() && node->GetStoreType() == StoreType::Table) {
             return RebuildTable(*node, path, depth, value);
         }
-        ZEL_STORE_FAIL(ZelError::UnsupportedTypes,
+        ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedTypes,
                        L"cannot set " + Quote(path) + L": " + Quote(path.Slice(0, depth)) + L" holds a " +
                            detail::DescribeType(*node) + L", which has no members");
     }
@@ -153,16 +153,16 @@ private:
         TStringCore const& name = path.GetSegments()[depth]->GetSegment();
         KeyPath const column = path.Slice(0, depth + 1);
         if (depth + 1 != path.GetCount()) {
-            ZEL_STORE_FAIL(ZelError::UnsupportedTypes, L"cannot set " + Quote(path) + L": " + Quote(column) +
+            ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedTypes, L"cannot set " + Quote(path) + L": " + Quote(column) +
                                                            L" is a table column, which has no members");
         }
         if (value->IsSpecial() || value->GetStoreType() != StoreType::Array) {
-            ZEL_STORE_FAIL(ZelError::CreateTableInputInvalid, L"cannot set table column " + Quote(column) +
+            ZEL_FAIL_WITH_TEXT(ZelError::CreateTableInputInvalid, L"cannot set table column " + Quote(column) +
                                                                   L" to a " + detail::DescribeType(*value) +
                                                                   L": a column is an array");
         }
         if (!table.GetColumns().empty() && value->GetCount() != table.GetRowCount()) {
-            ZEL_STORE_FAIL(ZelError::CreateTableRowCountMismatch,
+            ZEL_FAIL_WITH_TEXT(ZelError::CreateTableRowCountMismatch,
                            L"cannot set table column " + Quote(column) + L" to an array of " +
                                TStringCore(std::to_wstring(value->GetCount())) +
                                L" elements: the table has " +
@@ -184,7 +184,7 @@ namespace factory {
 
 std::unique_ptr<IDataStore> MakeDataStore(std::shared_ptr<StoreValue> root) {
     if (!root || root->IsSpecial() || root->GetStoreType() != StoreType::KeyMap) {
-        ZEL_STORE_FAIL(ZelError::UnsupportedTypes,
+        ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedTypes,
                        L"the root of a store must be a key map, not " +
                            (root ? L"a " + detail::DescribeType(*root) : TStringCore(L"a missing value")));
     }

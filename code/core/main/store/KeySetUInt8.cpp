@@ -17,7 +17,7 @@ void ThrowNotTypedKeySet(StoreValue const& value, StorageType key, StorageType m
         text += L" (it maps " + TStringCore::FromUtf8(StorageTypeName(keySet->GetKeyStorageType())) +
                 L" to " + TStringCore::FromUtf8(StorageTypeName(keySet->GetValueStorageType())) + L")";
     }
-    ZEL_STORE_FAIL_LOGIC(ZelError::UnsupportedOperation, text);
+    ZEL_FAIL_LOGIC_WITH_TEXT(ZelError::UnsupportedOperation, text);
 }
 
 }  // namespace zel::core::detail

@@ -259,12 +259,12 @@ std::shared_ptr<StoreValue> MakeKeySet(StoreTypeInfo const& keyType, StoreTypeIn
                                        std::unique_ptr<KeySetMap<K, V>> map,
                                        std::unique_ptr<KeySetSpecialMap<V>> specialMap) {
     if (!IsStorageOf<K>(keyType.GetStoreType())) {
-        ZEL_STORE_FAIL(ZelError::UnsupportedTypes,
+        ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedTypes,
                        L"key set keys of type " + detail::DescribeTypeInfo(keyType) + L" are not held as " +
                            TStringCore::FromUtf8(StorageTraits<K>::c_name));
     }
     if (!IsStorageOf<V>(valueType.GetStoreType())) {
-        ZEL_STORE_FAIL(ZelError::UnsupportedTypes,
+        ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedTypes,
                        L"key set values of type " + detail::DescribeTypeInfo(valueType) +
                            L" are not held as " + TStringCore::FromUtf8(StorageTraits<V>::c_name));
     }
@@ -277,7 +277,7 @@ std::shared_ptr<StoreValue> MakeKeySet(StoreTypeInfo const& keyType, StoreTypeIn
         for (auto& [key, value] : *map) {
             auto const [it, inserted] = rekeyed->emplace(key, std::move(value));
             if (!inserted) {
-                ZEL_STORE_FAIL(ZelError::DuplicateKey, L"key set keys \"" + it->first.Get() + L"\" and \"" +
+                ZEL_FAIL_WITH_TEXT(ZelError::DuplicateKey, L"key set keys \"" + it->first.Get() + L"\" and \"" +
                                                            key.Get() + L"\" are equal under collation " +
                                                            keyType.GetCollation().GetName());
             }
@@ -288,7 +288,7 @@ std::shared_ptr<StoreValue> MakeKeySet(StoreTypeInfo const& keyType, StoreTypeIn
         specialMap = std::make_unique<KeySetSpecialMap<V>>();
     }
     if (specialMap->contains(SpecialKind::None)) {
-        ZEL_STORE_FAIL(ZelError::UnsupportedOperation,
+        ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedOperation,
                        L"the special keys of a key set need a kind other than 0");
     }
     return std::make_shared<KeySetValue<K, V>>(keyType, valueType, valueChildType, std::move(map),

@@ -11,7 +11,7 @@ namespace {
     text += detail::DescribeType(value, withElements);
     text += L" has no ";
     text += TStringCore::FromUtf8(interfaceName);
-    ZEL_STORE_FAIL_LOGIC(ZelError::UnsupportedOperation, text);
+    ZEL_FAIL_LOGIC_WITH_TEXT(ZelError::UnsupportedOperation, text);
 }
 
 }  // namespace

@@ -20,11 +20,11 @@ namespace {
     text += value ? L"a value of type " + detail::DescribeType(*value) : TStringCore(L"a missing value");
     text += L" as ";
     text += wanted;
-    ZEL_STORE_FAIL(ZelError::UnsupportedTypes, text);
+    ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedTypes, text);
 }
 
 [[noreturn]] void ThrowCannotMake(StoreTypeInfo const& type, TStringCore const& given) {
-    ZEL_STORE_FAIL(ZelError::UnsupportedTypes,
+    ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedTypes,
                    L"cannot make a value of type " + detail::DescribeTypeInfo(type) + L" from " + given);
 }
 
@@ -230,12 +230,12 @@ template std::shared_ptr<StoreValue> MakeStoreValueFromStorageType<std::shared_p
 
 std::shared_ptr<StoreValue> ConcatenateTables(std::vector<std::shared_ptr<StoreValue>> const& tables) {
     if (tables.empty()) {
-        ZEL_STORE_FAIL(ZelError::CreatorArgumentEmpty, L"no tables to concatenate");
+        ZEL_FAIL_WITH_TEXT(ZelError::CreatorArgumentEmpty, L"no tables to concatenate");
     }
     auto describe = [](std::size_t index) { return L"input " + TStringCore(std::to_wstring(index)); };
     for (std::size_t i = 0; i < tables.size(); ++i) {
         if (!tables[i] || tables[i]->IsSpecial() || tables[i]->GetStoreType() != StoreType::Table) {
-            ZEL_STORE_FAIL(
+            ZEL_FAIL_WITH_TEXT(
                 ZelError::UnsupportedTypes,
                 L"cannot concatenate tables: " + describe(i) + L" is " +
                     (tables[i] ? L"a " + detail::DescribeType(*tables[i]) : TStringCore(L"missing")));
@@ -251,7 +251,7 @@ std::shared_ptr<StoreValue> ConcatenateTables(std::vector<std::shared_ptr<StoreV
             for (auto const& name : names) {
                 if (!table.FindColumn(name)) {
                     text += L" (it lacks \"" + name + L"\")";
-                    ZEL_STORE_FAIL(ZelError::UnsupportedTypes, text);
+                    ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedTypes, text);
                 }
             }
             for (auto const& [name, column] : table.GetColumns()) {
@@ -260,7 +260,7 @@ std::shared_ptr<StoreValue> ConcatenateTables(std::vector<std::shared_ptr<StoreV
                     break;
                 }
             }
-            ZEL_STORE_FAIL(ZelError::UnsupportedTypes, text);
+            ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedTypes, text);
         }
     }
     if (tables.size() == 1) {
@@ -275,7 +275,7 @@ std::shared_ptr<StoreValue> ConcatenateTables(std::vector<std::shared_ptr<StoreV
         for (std::size_t i = 0; i < tables.size(); ++i) {
             auto const& column = tables[i]->AsTable().GetColumn(name);
             if (!(column->GetValueTypeInfo() == elementType)) {
-                ZEL_STORE_FAIL(ZelError::UnsupportedTypes,
+                ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedTypes,
                                L"cannot concatenate tables: column \"" + name + L"\" holds " +
                                    detail::DescribeTypeInfo(column->GetValueTypeInfo()) + L" in " +
                                    describe(i) + L" but " + detail::DescribeTypeInfo(elementType) +

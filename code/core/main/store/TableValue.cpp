@@ -25,7 +25,7 @@ TStringCore Number(std::size_t value) {
 std::shared_ptr<StoreValue> const& TableValue::GetColumn(TStringCore const& name) const {
     auto const found = m_columns.find(name);
     if (found == m_columns.end()) {
-        ZEL_STORE_FAIL(ZelError::KeyNotFound, L"the table has no column " + Quoted(name));
+        ZEL_FAIL_WITH_TEXT(ZelError::KeyNotFound, L"the table has no column " + Quoted(name));
     }
     return found->second;
 }
@@ -41,13 +41,13 @@ std::unique_ptr<StoreValueMap> TableValue::CloneColumns() const {
 
 std::shared_ptr<StoreValue> TableValue::GatherRows(std::shared_ptr<std::vector<unsigned int>> rows) const {
     if (!rows) {
-        ZEL_STORE_FAIL(ZelError::UnsupportedOperation, L"GatherRows was given no row list");
+        ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedOperation, L"GatherRows was given no row list");
     }
     if (m_columns.empty()) {
         // No column checks the rows, so check them here.
         for (unsigned int const row : *rows) {
             if (row >= m_rowCount) {
-                ZEL_STORE_FAIL(ZelError::RangeViolation,
+                ZEL_FAIL_WITH_TEXT(ZelError::RangeViolation,
                                L"row " + Number(row) + L" of a table of " + Number(m_rowCount) + L" rows");
             }
         }
@@ -112,11 +112,11 @@ std::shared_ptr<StoreValue> MakeTable(StoreValueMap&& columns) {
     for (std::size_t i = 0; i < names.size(); ++i) {
         auto const& column = columns.at(names[i]);
         if (!column) {
-            ZEL_STORE_FAIL(ZelError::CreateTableInputInvalid,
+            ZEL_FAIL_WITH_TEXT(ZelError::CreateTableInputInvalid,
                            L"table column " + Quoted(names[i]) + L" has no value");
         }
         if (column->IsSpecial() || column->GetStoreType() != StoreType::Array) {
-            ZEL_STORE_FAIL(ZelError::CreateTableInputInvalid, L"table column " + Quoted(names[i]) +
+            ZEL_FAIL_WITH_TEXT(ZelError::CreateTableInputInvalid, L"table column " + Quoted(names[i]) +
                                                                   L" is a " + detail::DescribeType(*column) +
                                                                   L", not an array");
         }
@@ -124,7 +124,7 @@ std::shared_ptr<StoreValue> MakeTable(StoreValueMap&& columns) {
         if (i == 0) {
             rowCount = count;
         } else if (count != rowCount) {
-            ZEL_STORE_FAIL(ZelError::CreateTableRowCountMismatch,
+            ZEL_FAIL_WITH_TEXT(ZelError::CreateTableRowCountMismatch,
                            L"table column " + Quoted(names[i]) + L" has " + Number(count) +
                                L" rows but column " + Quoted(names[0]) + L" has " + Number(rowCount));
         }

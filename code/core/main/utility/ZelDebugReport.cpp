@@ -79,6 +79,16 @@ void ReportAndThrowLogic(char const* sourcePath, int line, char const* condition
     throw ZelLogicException(error);
 }
 
+void ReportAndThrowRuntimeText(char const* sourcePath, int line, ZelError error, TStringCore const& text) {
+    PerformZelDebugReport(sourcePath, line, std::string(), error, text.ToUtf8());
+    throw ZelRuntimeException(error, text);
+}
+
+void ReportAndThrowLogicText(char const* sourcePath, int line, ZelError error, TStringCore const& text) {
+    PerformZelDebugReport(sourcePath, line, std::string(), error, text.ToUtf8());
+    throw ZelLogicException(error, text);
+}
+
 }  // namespace detail
 
 }  // namespace zel::core

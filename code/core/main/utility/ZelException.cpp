@@ -31,4 +31,7 @@ ZelRuntimeException::ZelRuntimeException(ZelError error, TStringCore const& text
 
 ZelLogicException::ZelLogicException(ZelError error) : ZelException(error, TStringCore(), "logic error ") {}
 
+ZelLogicException::ZelLogicException(ZelError error, TStringCore const& text)
+    : ZelException(error, text, "logic error ") {}
+
 }  // namespace zel::core

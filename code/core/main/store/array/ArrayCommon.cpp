@@ -40,7 +40,7 @@ void PrimitiveErrorFunction(StoreType type) {
     std::string text = "no primitive storage for type ";
     text += name.empty() ? std::string_view("unknown") : name;
     text += " (" + std::to_string(static_cast<unsigned int>(type)) + ")";
-    ZEL_STORE_FAIL(ZelError::UnsupportedTypes, TStringCore::FromUtf8(text));
+    ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedTypes, TStringCore::FromUtf8(text));
 }
 
 std::shared_ptr<StoreValue> MakeConstantArray(StoreTypeInfo const& elementType, unsigned int count,
@@ -59,7 +59,7 @@ std::shared_ptr<StoreValue> MakeConstantArray(StoreTypeInfo const& elementType, 
 namespace detail {
 
 void ThrowFactoryFailure(ZelError error, TStringCore const& text) {
-    ZEL_STORE_FAIL(error, text);
+    ZEL_FAIL_WITH_TEXT(error, text);
 }
 
 TStringCore DescribeElementType(StoreTypeInfo const& elementType) {
@@ -67,7 +67,7 @@ TStringCore DescribeElementType(StoreTypeInfo const& elementType) {
 }
 
 void ThrowGatherIndex(std::size_t position, unsigned int index, unsigned int count) {
-    ZEL_STORE_FAIL(ZelError::RangeViolation,
+    ZEL_FAIL_WITH_TEXT(ZelError::RangeViolation,
                    TStringCore::FromUtf8("Gather: index " + std::to_string(index) + " at position " +
                                          std::to_string(position) + " is not below the array's " +
                                          std::to_string(count) + " elements"));

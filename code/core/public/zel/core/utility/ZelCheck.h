@@ -9,10 +9,14 @@
 //   ZEL_CHECK_NULL(node, ...)                                 reports "(node) == nullptr"
 //   ZEL_CHECK_NOT_EMPTY(inputs, ...)                          reports "!(inputs.empty())"
 //   ZEL_FAIL(error)                                           reports an empty condition
+//   ZEL_FAIL_WITH_TEXT(error, text)                           reports an empty condition with the
+//                                                             text as message; the exception carries
+//                                                             the text too
 //
 // Each throws ZelRuntimeException; the _LOGIC forms throw ZelLogicException, for conditions that
 // only a bug of the system can break.
 
+#include "vorsys/string/TStringCore.h"
 #include "zel/core/utility/ZelError.h"
 
 namespace zel::core::detail {
@@ -21,6 +25,12 @@ namespace zel::core::detail {
                                                                   char const* conditionText, ZelError error);
 [[noreturn, gnu::cold, gnu::noinline]] void ReportAndThrowLogic(char const* sourcePath, int line,
                                                                 char const* conditionText, ZelError error);
+
+[[noreturn, gnu::cold, gnu::noinline]] void ReportAndThrowRuntimeText(char const* sourcePath, int line,
+                                                                      ZelError error,
+                                                                      TStringCore const& text);
+[[noreturn, gnu::cold, gnu::noinline]] void ReportAndThrowLogicText(char const* sourcePath, int line,
+                                                                    ZelError error, TStringCore const& text);
 
 }  // namespace zel::core::detail
 
@@ -52,3 +62,7 @@ namespace zel::core::detail {
 #define ZEL_CHECK_LOGIC_NULL(pointer, error) \
     ZEL_DETAIL_VERIFY(ReportAndThrowLogic, (pointer) == nullptr, "(" #pointer ") == nullptr", error)
 #define ZEL_FAIL_LOGIC(error) ::zel::core::detail::ReportAndThrowLogic(__FILE__, __LINE__, "", (error))
+#define ZEL_FAIL_WITH_TEXT(error, text) \
+    ::zel::core::detail::ReportAndThrowRuntimeText(__FILE__, __LINE__, (error), (text))
+#define ZEL_FAIL_LOGIC_WITH_TEXT(error, text) \
+    ::zel::core::detail::ReportAndThrowLogicText(__FILE__, __LINE__, (error), (text))

@@ -41,6 +41,7 @@ public:
 class ZelLogicException : public ZelException {
 public:
     explicit ZelLogicException(ZelError error);
+    ZelLogicException(ZelError error, TStringCore const& text);
     ZelLogicException(ZelLogicException const&) = default;
 };
 
