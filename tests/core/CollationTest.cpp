@@ -126,7 +126,7 @@ TEST(Collations, UnknownNamesThrowNamingTheCollation) {
             Collation::Named(name);
             ADD_FAILURE() << "accepted " << TStringCore(name);
         } catch (ZelRuntimeException const& e) {
-            EXPECT_EQ(e.GetError(), ZelError::UnsupportedOperation);
+            EXPECT_EQ(e.GetError(), ZelError::UnknownCollation);
             EXPECT_NE(e.GetText().view().find(std::wstring(L"\"") + name + L"\""), std::wstring_view::npos)
                 << e.what();
         }

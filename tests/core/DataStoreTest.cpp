@@ -163,7 +163,7 @@ TEST(DataStoreTest, BadWritesAreRefusedByPathAndChangeNothing) {
             store->SetValue(Path({L"s", L"x"}), factory::MakeInt32(1));
         },
         ZelError::UnsupportedTypes, "\"s\" holds a int32");
-    ExpectRuntimeError([&] { store->SetValue(Path({L"n"}), nullptr); }, ZelError::UnsupportedOperation,
+    ExpectRuntimeError([&] { store->SetValue(Path({L"n"}), nullptr); }, ZelError::InvalidArgument,
                        "\"n\" to no value");
     ExpectRuntimeError([&] { store->SetValue(KeyPath(), factory::MakeInt32(1)); }, ZelError::UnsupportedTypes,
                        "must be a key map");

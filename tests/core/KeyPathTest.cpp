@@ -216,7 +216,7 @@ TEST(KeyPaths, ParseRejectsMalformedText) {
             KeyPath::Parse(text);
             ADD_FAILURE() << "accepted " << TStringCore(text);
         } catch (ZelRuntimeException const& e) {
-            EXPECT_EQ(e.GetError(), ZelError::UnsupportedOperation);
+            EXPECT_EQ(e.GetError(), ZelError::KeyPathSyntaxError);
             EXPECT_NE(e.GetText().view().find(L"offset"), std::wstring_view::npos) << e.what();
         }
         EXPECT_EQ(collector.Reports().size(), 1u) << TStringCore(text);

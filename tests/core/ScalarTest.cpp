@@ -145,9 +145,9 @@ TEST(ScalarTest, SpecialsCarryTheirKindAndOrderBeforeOrdinaryValues) {
     EXPECT_EQ(SerializeValue(*custom), L"special(12)");
 
     ExpectRuntimeError([] { factory::MakeSpecial(StoreTypeInfo::Double, SpecialKind::None); },
-                       ZelError::UnsupportedOperation, "kind");
+                       ZelError::InvalidArgument, "kind");
     ExpectRuntimeError([] { factory::MakeSpecial(StoreTypeInfo::Empty, SpecialKind::Null); },
-                       ZelError::UnsupportedOperation, "type");
+                       ZelError::InvalidArgument, "type");
 }
 
 TEST(ScalarTest, FloatingValuesHashAndOrderTotally) {

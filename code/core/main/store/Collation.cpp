@@ -17,6 +17,7 @@
 #include <boost/unordered/unordered_flat_map.hpp>
 
 #include "zel/core/store/RIndirectString.h"
+#include "zel/core/utility/ZelCheck.h"
 #include "zel/core/utility/ZelDebugReport.h"
 #include "zel/core/utility/ZelException.h"
 
@@ -208,8 +209,7 @@ private:
 
 [[noreturn]] void ThrowUnknownCollation(TStringCore const& name, int line) {
     TStringCore const text = L"unknown collation \"" + name + L"\"";
-    PerformZelDebugReport(__FILE__, line, "", ZelError::UnsupportedOperation, text.ToUtf8());
-    throw ZelRuntimeException(ZelError::UnsupportedOperation, text);
+    detail::ReportAndThrowRuntimeText(__FILE__, line, ZelError::UnknownCollation, text);
 }
 
 // Opens the ICU collator of a locale name: a BCP 47 tag ("sv", "en-u-ks-level2", "de-DE") or an ICU

@@ -58,8 +58,8 @@ std::vector<TStringCore> IStoreKeyMap::GetSortedNames() const {
 std::shared_ptr<StoreValue> const& TupleValue::GetElement(unsigned int index) const {
     if (index >= m_elements.size()) {
         ZEL_FAIL_WITH_TEXT(ZelError::RangeViolation, L"tuple element " + TStringCore(std::to_wstring(index)) +
-                                                     L" of a tuple of " +
-                                                     TStringCore(std::to_wstring(m_elements.size())));
+                                                         L" of a tuple of " +
+                                                         TStringCore(std::to_wstring(m_elements.size())));
     }
     return m_elements[index];
 }

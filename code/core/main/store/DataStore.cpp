@@ -62,12 +62,13 @@ public:
 
     void SetValue(KeyPath const& path, std::shared_ptr<StoreValue> const& value) override {
         if (!value) {
-            ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedOperation, L"cannot set " + Quote(path) + L" to no value");
+            ZEL_FAIL_WITH_TEXT(ZelError::InvalidArgument, L"cannot set " + Quote(path) + L" to no value");
         }
         if (path.IsEmpty()) {
             if (value->IsSpecial() || value->GetStoreType() != StoreType::KeyMap) {
-                ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedTypes, L"the root of a store must be a key map, not a " +
-                                                               detail::DescribeType(*value));
+                ZEL_FAIL_WITH_TEXT(
+                    ZelError::UnsupportedTypes,
+                    L"the root of a store must be a key map, not a " + detail::DescribeType(*value));
             }
             m_root = value;
             return;
@@ -78,7 +79,8 @@ public:
 
     void UpdateValue(KeyPath const& path, std::shared_ptr<StoreValue> const& value) override {
         if (!FindValue(path)) {
-            ZEL_FAIL_WITH_TEXT(ZelError::KeyNotFound, L"cannot update " + Quote(path) + L": it holds no value");
+            ZEL_FAIL_WITH_TEXT(ZelError::KeyNotFound,
+                               L"cannot update " + Quote(path) + L": it holds no value");
         }
         SetValue(path, value);
     }
@@ -140,8 +142,8 @@ private:
             return RebuildTable(*node, path, depth, value);
         }
         ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedTypes,
-                       L"cannot set " + Quote(path) + L": " + Quote(path.Slice(0, depth)) + L" holds a " +
-                           detail::DescribeType(*node) + L", which has no members");
+                           L"cannot set " + Quote(path) + L": " + Quote(path.Slice(0, depth)) + L" holds a " +
+                               detail::DescribeType(*node) + L", which has no members");
     }
 
     // A table with the column `name` (the segment at `depth`) set to the value, which must be the
@@ -153,20 +155,21 @@ private:
         TStringCore const& name = path.GetSegments()[depth]->GetSegment();
         KeyPath const column = path.Slice(0, depth + 1);
         if (depth + 1 != path.GetCount()) {
-            ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedTypes, L"cannot set " + Quote(path) + L": " + Quote(column) +
-                                                           L" is a table column, which has no members");
+            ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedTypes, L"cannot set " + Quote(path) + L": " +
+                                                               Quote(column) +
+                                                               L" is a table column, which has no members");
         }
         if (value->IsSpecial() || value->GetStoreType() != StoreType::Array) {
-            ZEL_FAIL_WITH_TEXT(ZelError::CreateTableInputInvalid, L"cannot set table column " + Quote(column) +
-                                                                  L" to a " + detail::DescribeType(*value) +
-                                                                  L": a column is an array");
+            ZEL_FAIL_WITH_TEXT(ZelError::CreateTableInputInvalid,
+                               L"cannot set table column " + Quote(column) + L" to a " +
+                                   detail::DescribeType(*value) + L": a column is an array");
         }
         if (!table.GetColumns().empty() && value->GetCount() != table.GetRowCount()) {
             ZEL_FAIL_WITH_TEXT(ZelError::CreateTableRowCountMismatch,
-                           L"cannot set table column " + Quote(column) + L" to an array of " +
-                               TStringCore(std::to_wstring(value->GetCount())) +
-                               L" elements: the table has " +
-                               TStringCore(std::to_wstring(table.GetRowCount())) + L" rows");
+                               L"cannot set table column " + Quote(column) + L" to an array of " +
+                                   TStringCore(std::to_wstring(value->GetCount())) +
+                                   L" elements: the table has " +
+                                   TStringCore(std::to_wstring(table.GetRowCount())) + L" rows");
         }
         auto columns = table.CloneColumns();
         columns->insert_or_assign(name, value);
@@ -184,9 +187,9 @@ namespace factory {
 
 std::unique_ptr<IDataStore> MakeDataStore(std::shared_ptr<StoreValue> root) {
     if (!root || root->IsSpecial() || root->GetStoreType() != StoreType::KeyMap) {
-        ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedTypes,
-                       L"the root of a store must be a key map, not " +
-                           (root ? L"a " + detail::DescribeType(*root) : TStringCore(L"a missing value")));
+        ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedTypes, L"the root of a store must be a key map, not " +
+                                                           (root ? L"a " + detail::DescribeType(*root)
+                                                                 : TStringCore(L"a missing value")));
     }
     return std::make_unique<DataStore>(std::move(root));
 }

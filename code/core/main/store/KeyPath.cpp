@@ -110,8 +110,7 @@ void AppendSegment(std::wstring& out, std::wstring_view text) {
                                    int line) {
     TStringCore const message = TStringCore(L"key path text \"") + text + L"\": " + what + L" at offset " +
                                 TStringCore::FromUtf8(std::to_string(offset));
-    PerformZelDebugReport(__FILE__, line, "", ZelError::UnsupportedOperation, message.ToUtf8());
-    throw ZelRuntimeException(ZelError::UnsupportedOperation, message);
+    detail::ReportAndThrowRuntimeText(__FILE__, line, ZelError::KeyPathSyntaxError, message);
 }
 
 int HexDigit(wchar_t c) noexcept {

@@ -67,12 +67,11 @@ std::shared_ptr<StoreValue> MakeObject(std::shared_ptr<StoreValue> value) {
 
 std::shared_ptr<StoreValue> MakeSpecial(StoreTypeInfo const& type, SpecialKind kind) {
     if (kind == SpecialKind::None) {
-        ZEL_FAIL_WITH_TEXT(
-            ZelError::UnsupportedOperation,
-            L"a special of type " + detail::DescribeTypeInfo(type) + L" needs a kind other than 0");
+        ZEL_FAIL_WITH_TEXT(ZelError::InvalidArgument, L"a special of type " + detail::DescribeTypeInfo(type) +
+                                                          L" needs a kind other than 0");
     }
     if (type.IsEmpty()) {
-        ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedOperation, L"a special needs a type");
+        ZEL_FAIL_WITH_TEXT(ZelError::InvalidArgument, L"a special needs a type");
     }
     return std::make_shared<SpecialValue>(type, kind);
 }
@@ -84,7 +83,7 @@ std::shared_ptr<StoreValue> MakeTuple(std::vector<std::shared_ptr<StoreValue>>&&
 std::shared_ptr<StoreValue> MakeKeyMap(StoreValueMap&& entries) {
     for (auto const& [name, value] : entries) {
         if (!value) {
-            ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedOperation, L"key map entry \"" + name + L"\" has no value");
+            ZEL_FAIL_WITH_TEXT(ZelError::InvalidArgument, L"key map entry \"" + name + L"\" has no value");
         }
     }
     return std::make_shared<KeyMapValue>(std::move(entries));

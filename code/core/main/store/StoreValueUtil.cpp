@@ -25,7 +25,7 @@ namespace {
 
 [[noreturn]] void ThrowCannotMake(StoreTypeInfo const& type, TStringCore const& given) {
     ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedTypes,
-                   L"cannot make a value of type " + detail::DescribeTypeInfo(type) + L" from " + given);
+                       L"cannot make a value of type " + detail::DescribeTypeInfo(type) + L" from " + given);
 }
 
 template <StoreType Type>
@@ -276,10 +276,10 @@ std::shared_ptr<StoreValue> ConcatenateTables(std::vector<std::shared_ptr<StoreV
             auto const& column = tables[i]->AsTable().GetColumn(name);
             if (!(column->GetValueTypeInfo() == elementType)) {
                 ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedTypes,
-                               L"cannot concatenate tables: column \"" + name + L"\" holds " +
-                                   detail::DescribeTypeInfo(column->GetValueTypeInfo()) + L" in " +
-                                   describe(i) + L" but " + detail::DescribeTypeInfo(elementType) +
-                                   L" in input 0");
+                                   L"cannot concatenate tables: column \"" + name + L"\" holds " +
+                                       detail::DescribeTypeInfo(column->GetValueTypeInfo()) + L" in " +
+                                       describe(i) + L" but " + detail::DescribeTypeInfo(elementType) +
+                                       L" in input 0");
             }
             parts.push_back(column);
         }

@@ -41,14 +41,14 @@ std::unique_ptr<StoreValueMap> TableValue::CloneColumns() const {
 
 std::shared_ptr<StoreValue> TableValue::GatherRows(std::shared_ptr<std::vector<unsigned int>> rows) const {
     if (!rows) {
-        ZEL_FAIL_WITH_TEXT(ZelError::UnsupportedOperation, L"GatherRows was given no row list");
+        ZEL_FAIL_WITH_TEXT(ZelError::InvalidArgument, L"GatherRows was given no row list");
     }
     if (m_columns.empty()) {
         // No column checks the rows, so check them here.
         for (unsigned int const row : *rows) {
             if (row >= m_rowCount) {
-                ZEL_FAIL_WITH_TEXT(ZelError::RangeViolation,
-                               L"row " + Number(row) + L" of a table of " + Number(m_rowCount) + L" rows");
+                ZEL_FAIL_WITH_TEXT(ZelError::RangeViolation, L"row " + Number(row) + L" of a table of " +
+                                                                 Number(m_rowCount) + L" rows");
             }
         }
     }
@@ -113,20 +113,20 @@ std::shared_ptr<StoreValue> MakeTable(StoreValueMap&& columns) {
         auto const& column = columns.at(names[i]);
         if (!column) {
             ZEL_FAIL_WITH_TEXT(ZelError::CreateTableInputInvalid,
-                           L"table column " + Quoted(names[i]) + L" has no value");
+                               L"table column " + Quoted(names[i]) + L" has no value");
         }
         if (column->IsSpecial() || column->GetStoreType() != StoreType::Array) {
-            ZEL_FAIL_WITH_TEXT(ZelError::CreateTableInputInvalid, L"table column " + Quoted(names[i]) +
-                                                                  L" is a " + detail::DescribeType(*column) +
-                                                                  L", not an array");
+            ZEL_FAIL_WITH_TEXT(ZelError::CreateTableInputInvalid,
+                               L"table column " + Quoted(names[i]) + L" is a " +
+                                   detail::DescribeType(*column) + L", not an array");
         }
         unsigned int const count = column->GetCount();
         if (i == 0) {
             rowCount = count;
         } else if (count != rowCount) {
             ZEL_FAIL_WITH_TEXT(ZelError::CreateTableRowCountMismatch,
-                           L"table column " + Quoted(names[i]) + L" has " + Number(count) +
-                               L" rows but column " + Quoted(names[0]) + L" has " + Number(rowCount));
+                               L"table column " + Quoted(names[i]) + L" has " + Number(count) +
+                                   L" rows but column " + Quoted(names[0]) + L" has " + Number(rowCount));
         }
     }
     return std::make_shared<TableValue>(std::move(columns), rowCount);

@@ -8,7 +8,9 @@ namespace zel::core {
 // Every failure of the system carries one of these numbers. The list is an X-macro so that the
 // enumeration and the names printed in messages cannot drift apart.
 //
-// 213 to 260 are the shape checks of the operator spec views, named SpecError<number>.
+// 213 to 260 are the shape checks of the operator spec views, named SpecError<number>. From 1000
+// on are the failures of the companion libraries' own input: bad arguments to factories, key path
+// text, collation names, store documents and VTL programs.
 #define ZEL_ERROR_LIST(X)            \
     X(LogicFailure, 0)               \
     X(UnsupportedOperation, 1)       \
@@ -80,7 +82,13 @@ namespace zel::core {
     X(EdgeSinkMissing, 376)          \
     X(BufferNotReadable, 377)        \
     X(InitialKeyExpected, 378)       \
-    X(DuplicateBuffer, 379)
+    X(DuplicateBuffer, 379)          \
+    X(InvalidArgument, 1000)         \
+    X(KeyPathSyntaxError, 1001)      \
+    X(UnknownCollation, 1002)        \
+    X(StoreFormatError, 1003)        \
+    X(VtlSyntaxError, 1004)          \
+    X(VtlProgramError, 1005)
 
 enum class ZelError : std::uint32_t {
 #define ZEL_ERROR_ENUMERATOR(name, number) name = number,
