@@ -1,0 +1,18 @@
+#include "zel/vm/vtl/OpReturnSpec.h"
+
+#include "vtl/SpecChecks.h"
+
+namespace zel::vm {
+
+OpReturnSpec::OpReturnSpec(core::TransformSpec const& spec) : m_spec(spec) {
+    // 222, not the 223 of the other at-least-one tests: hosts match on this code.
+    VTL_CHECK_INPUT_COUNT(>= 1, 222);
+    VTL_CHECK_ONE_OUTPUT();
+}
+
+core::TransformSpec OpReturnSpec::Create(std::vector<core::KeyPath> const& inputs,
+                                         core::KeyPath const& output) {
+    return core::TransformSpec(OperatorType::Return, inputs, output, nullptr);
+}
+
+}  // namespace zel::vm

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "zel/vm/vtl/OpPartitionSpec.h"
+
+namespace zel::vm {
+
+// A ApplyByPartition spec; its view is OpPartitionSpec's.
+class OpApplyByPartitionSpec : public OpPartitionSpec {
+public:
+    using OpPartitionSpec::OpPartitionSpec;
+
+    static core::TransformSpec Create(core::KeyPath const& table,
+                                      std::vector<core::KeyPath> const& partitionKeys,
+                                      std::vector<core::KeyPath> const& capturedKeys,
+                                      std::vector<core::TransformSpec>&& children,
+                                      core::KeyPath const& output);
+};
+
+}  // namespace zel::vm

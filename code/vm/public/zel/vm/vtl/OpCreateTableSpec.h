@@ -1,0 +1,25 @@
+#pragma once
+
+#include <vector>
+
+#include "zel/core/spec/TransformSpec.h"
+#include "zel/core/store/KeyPath.h"
+
+namespace zel::vm {
+
+// Builds a table of its input columns.
+class OpCreateTableSpec {
+public:
+    // Checks: at least one input (220), one output (219).
+    explicit OpCreateTableSpec(core::TransformSpec const& spec);
+
+    std::vector<core::KeyPath> const& GetInputs() const { return m_spec.GetInputs(); }
+    core::KeyPath const& GetOutput() const { return m_spec.GetOutputs()[0]; }
+
+    static core::TransformSpec Create(std::vector<core::KeyPath> const& inputs, core::KeyPath const& output);
+
+private:
+    core::TransformSpec const& m_spec;
+};
+
+}  // namespace zel::vm

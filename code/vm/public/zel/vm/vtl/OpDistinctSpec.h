@@ -1,0 +1,25 @@
+#pragma once
+
+#include "zel/core/spec/TransformSpec.h"
+#include "zel/core/store/KeyPath.h"
+
+namespace zel::vm {
+
+// The distinct values of one input; a Bool value says whether specials count as values.
+class OpDistinctSpec {
+public:
+    // Checks: one input (222), one output (219), a value (252) that is a Bool (252).
+    explicit OpDistinctSpec(core::TransformSpec const& spec);
+
+    core::KeyPath const& GetInput() const { return m_spec.GetInputs()[0]; }
+    bool GetIncludeSpecial() const;
+    core::KeyPath const& GetOutput() const { return m_spec.GetOutputs()[0]; }
+
+    static core::TransformSpec Create(core::KeyPath const& input, bool includeSpecial,
+                                      core::KeyPath const& output);
+
+private:
+    core::TransformSpec const& m_spec;
+};
+
+}  // namespace zel::vm

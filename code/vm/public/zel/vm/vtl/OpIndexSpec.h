@@ -1,0 +1,24 @@
+#pragma once
+
+#include "zel/core/spec/TransformSpec.h"
+#include "zel/core/store/KeyPath.h"
+
+namespace zel::vm {
+
+// Numbers the rows of one input, counting from an Int32 value.
+class OpIndexSpec {
+public:
+    // Checks: one input (222), one output (219), a value (254) that is an Int32 (254).
+    explicit OpIndexSpec(core::TransformSpec const& spec);
+
+    core::KeyPath const& GetInput() const { return m_spec.GetInputs()[0]; }
+    int GetFirst() const;
+    core::KeyPath const& GetOutput() const { return m_spec.GetOutputs()[0]; }
+
+    static core::TransformSpec Create(core::KeyPath const& input, int first, core::KeyPath const& output);
+
+private:
+    core::TransformSpec const& m_spec;
+};
+
+}  // namespace zel::vm

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <memory>
+
+#include "zel/core/spec/FunctionSpec.h"
+#include "zel/core/spec/TransformSpec.h"
+#include "zel/core/store/KeyPath.h"
+
+namespace zel::vm {
+
+// A value that a source function supplies.
+class OpInputSpec {
+public:
+    // Checks: one output (219), a function (243).
+    explicit OpInputSpec(core::TransformSpec const& spec);
+
+    std::shared_ptr<core::FunctionSpec> const& GetFunctionSpec() const { return m_spec.GetFunctionSpec(); }
+    core::KeyPath const& GetOutput() const { return m_spec.GetOutputs()[0]; }
+
+    static core::TransformSpec Create(std::shared_ptr<core::FunctionSpec> const& function,
+                                      core::KeyPath const& output);
+
+private:
+    core::TransformSpec const& m_spec;
+};
+
+}  // namespace zel::vm

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <memory>
+
+#include "zel/core/spec/FunctionSpec.h"
+#include "zel/core/spec/TransformSpec.h"
+
+namespace zel::vm {
+
+// Hands values to a sink function.
+class OpOutputSpec {
+public:
+    // Checks: a function (243).
+    explicit OpOutputSpec(core::TransformSpec const& spec);
+
+    std::shared_ptr<core::FunctionSpec> const& GetFunctionSpec() const { return m_spec.GetFunctionSpec(); }
+
+    static core::TransformSpec Create(std::shared_ptr<core::FunctionSpec> const& function);
+
+private:
+    core::TransformSpec const& m_spec;
+};
+
+}  // namespace zel::vm

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "zel/vm/vtl/OpAggregateSpec.h"
+
+namespace zel::vm {
+
+// A Reduce spec; its view is OpAggregateSpec's.
+class OpReduceSpec : public OpAggregateSpec {
+public:
+    using OpAggregateSpec::OpAggregateSpec;
+
+    static core::TransformSpec Create(core::KeyPath const& input,
+                                      std::shared_ptr<core::StoreValue> const& initial,
+                                      std::shared_ptr<core::FunctionSpec> const& function,
+                                      core::KeyPath const& output);
+};
+
+}  // namespace zel::vm

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <vector>
+
+#include "zel/core/spec/TransformSpec.h"
+#include "zel/core/store/KeyPath.h"
+
+namespace zel::vm {
+
+// The result of a program that runs inside another (a partition's program, a branch).
+class OpReturnSpec {
+public:
+    // Checks: at least one input (222), one output (219).
+    explicit OpReturnSpec(core::TransformSpec const& spec);
+
+    std::vector<core::KeyPath> const& GetInputs() const { return m_spec.GetInputs(); }
+    core::KeyPath const& GetOutput() const { return m_spec.GetOutputs()[0]; }
+
+    static core::TransformSpec Create(std::vector<core::KeyPath> const& inputs, core::KeyPath const& output);
+
+private:
+    core::TransformSpec const& m_spec;
+};
+
+}  // namespace zel::vm
