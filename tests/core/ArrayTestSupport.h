@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <utility>
@@ -19,6 +20,11 @@ namespace zel::test {
 using core::SpecialKind;
 using core::StoreTypeInfo;
 using core::StoreValue;
+
+template <class T>
+std::unique_ptr<std::vector<T>> Vec(std::initializer_list<T> values) {
+    return std::make_unique<std::vector<T>>(values);
+}
 
 template <class T>
 struct Content {

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -43,10 +44,17 @@ private:
     core::ScopedZelDebugReportHandler m_scope;
 };
 
-// Runs `action`, expecting one report with `conditionText` and `error`, then an exception of type
-// `Exception` (and of no other ZelException type) carrying the same code.
+// Where a check sits: part of what its report says, so that a host can tell checks apart.
+struct CheckSite {
+    std::string sourcePath;
+    int line;
+};
+
+// Runs `action`, expecting one report with `conditionText` and `error` (made at `site` when given),
+// then an exception of type `Exception` (and of no other ZelException type) carrying the same code.
 template <class Exception = core::ZelRuntimeException, class Action>
-void ExpectCheckFailure(Action&& action, core::ZelError error, std::string const& conditionText) {
+void ExpectCheckFailure(Action&& action, core::ZelError error, std::string const& conditionText,
+                        std::optional<CheckSite> const& site = std::nullopt) {
     ReportCollector collector;
     bool thrown = false;
     try {
@@ -62,6 +70,36 @@ void ExpectCheckFailure(Action&& action, core::ZelError error, std::string const
     ASSERT_EQ(reports.size(), 1u) << "for " << conditionText;
     EXPECT_EQ(reports[0].conditionText, conditionText);
     EXPECT_EQ(reports[0].error, error);
+    if (site) {
+        EXPECT_EQ(reports[0].sourcePath, site->sourcePath) << conditionText;
+        EXPECT_EQ(reports[0].line, site->line) << conditionText;
+    }
+}
+
+// Runs `action`, expecting one report, then an `Exception` with `error` whose text holds `text`.
+template <class Exception = core::ZelRuntimeException, class Action>
+void ExpectFailureNaming(Action&& action, core::ZelError error, std::string const& text) {
+    ReportCollector collector;
+    try {
+        action();
+        ADD_FAILURE() << "no exception; expected one naming " << text;
+    } catch (Exception const& e) {
+        EXPECT_EQ(e.GetError(), error) << e.what();
+        EXPECT_NE(std::string(e.what()).find(text), std::string::npos) << e.what();
+    }
+    EXPECT_EQ(collector.Reports().size(), 1u) << "for " << text;
+}
+
+template <class Action>
+void ExpectRuntimeError(Action&& action, core::ZelError error, std::string const& text) {
+    ExpectFailureNaming(std::forward<Action>(action), error, text);
+}
+
+// Asking a value for what it has not got: a logic failure whose text names `what`.
+template <class Action>
+void ExpectRefusal(Action&& action, std::string const& what) {
+    ExpectFailureNaming<core::ZelLogicException>(std::forward<Action>(action),
+                                                 core::ZelError::UnsupportedOperation, what);
 }
 
 }  // namespace zel::test
