@@ -5,7 +5,7 @@
 namespace zel::vm {
 
 OpReturnSpec::OpReturnSpec(core::TransformSpec const& spec) : m_spec(spec) {
-    // 222, not the 223 of the other at-least-one tests: hosts match on this code.
+    // Reported as 222, not as the 223 of the other at-least-one tests, and kept so.
     VTL_CHECK_INPUT_COUNT(>= 1, 222);
     VTL_CHECK_ONE_OUTPUT();
 }
