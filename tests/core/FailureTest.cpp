@@ -38,10 +38,8 @@ TEST(Checks, EachFormReportsItsConditionTextOnceThenThrowsTheSameCode) {
     ExpectCheckFailure([&] { ZEL_CHECK_NOT_EMPTY(inputs, ZelError::SpecError213); }, ZelError::SpecError213,
                        "!(inputs.empty())");
     ExpectCheckFailure([&] { ZEL_FAIL(ZelError::UnknownOperator); }, ZelError::UnknownOperator, "");
-}
 
-TEST(Checks, LogicFormsThrowTheLogicException) {
-    int const* node = nullptr;
+    // The logic forms throw the logic exception.
     ExpectCheckFailure<ZelLogicException>([&] { ZEL_CHECK_LOGIC(1 + 1 == 3, ZelError::LogicFailure); },
                                           ZelError::LogicFailure, "(1 + 1 == 3)");
     ExpectCheckFailure<ZelLogicException>([&] { ZEL_CHECK_LOGIC_NOT_NULL(node, ZelError::LogicFailure); },
@@ -62,110 +60,6 @@ TEST(Checks, PassingCheckEvaluatesOnceAndReportsNothing) {
     EXPECT_TRUE(collector.Reports().empty());
 }
 
-TEST(Checks, ReportNamesTheSourceRelativeToTheRepository) {
-    ReportCollector collector;
-    EXPECT_THROW(ZEL_FAIL(ZelError::GraphNotComplete), ZelRuntimeException);
-    auto const reports = collector.Reports();
-    ASSERT_EQ(reports.size(), 1u);
-    EXPECT_EQ(reports[0].sourcePath, "tests/core/FailureTest.cpp");
-    EXPECT_GT(reports[0].line, 0);
-    EXPECT_TRUE(reports[0].message.empty());
-}
-
-TEST(Checks, ReportsFromManyThreadsAreAllCounted) {
-    ReportCollector collector;
-    std::atomic<int> caught{0};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&] {
-            for (int i = 0; i < 50; ++i) {
-                try {
-                    ZEL_FAIL(ZelError::JoinFailure);
-                } catch (ZelRuntimeException const&) {
-                    ++caught;
-                }
-            }
-        });
-    }
-    for (auto& t : threads) {
-        t.join();
-    }
-    EXPECT_EQ(caught.load(), 200);
-    EXPECT_EQ(collector.Reports().size(), 200u);
-}
-
-TEST(Exceptions, BothKindsAreCaughtAsZelExceptionAndStdException) {
-    auto throwRuntime = [] {
-        throw ZelRuntimeException(ZelError::UnsupportedTypes, L"unsupported types in Map");
-    };
-    auto throwLogic = [] { throw ZelLogicException(ZelError::LogicFailure); };
-    EXPECT_THROW(throwRuntime(), ZelException);
-    EXPECT_THROW(throwRuntime(), std::exception);
-    EXPECT_THROW(throwLogic(), ZelException);
-    EXPECT_THROW(throwLogic(), std::exception);
-    try {
-        throwLogic();
-    } catch (ZelRuntimeException const&) {
-        FAIL() << "a logic failure must not pass for a runtime failure";
-    } catch (ZelLogicException const&) {
-    }
-}
-
-TEST(Exceptions, WhatNamesTheCodeAndTheText) {
-    ZelRuntimeException const withText(ZelError::UnsupportedTypes, L"unsupported types in Map");
-    EXPECT_STREQ(withText.what(), "error 185 (UnsupportedTypes): unsupported types in Map");
-    EXPECT_EQ(withText.GetText(), L"unsupported types in Map");
-    EXPECT_STREQ(ZelRuntimeException(ZelError::KeyNotFound, L"a.\u00e9").what(),
-                 "error 352 (KeyNotFound): a.\xc3\xa9");
-    EXPECT_STREQ(ZelLogicException(ZelError::JoinTypeUnsupported).what(),
-                 "logic error 339 (JoinTypeUnsupported)");
-    EXPECT_STREQ(ZelRuntimeException(static_cast<ZelError>(9999)).what(), "error 9999");
-
-    ZelRuntimeException const copy(withText);  // copies keep code, text and message
-    EXPECT_EQ(copy.GetError(), ZelError::UnsupportedTypes);
-    EXPECT_STREQ(copy.what(), withText.what());
-}
-
-TEST(Exceptions, ListedCodesKeepTheirNumbers) {
-    EXPECT_EQ(ZelErrorNumber(ZelError::LogicFailure), 0u);
-    EXPECT_EQ(ZelErrorNumber(ZelError::OperatorHasNoTransform), 216u);
-    EXPECT_EQ(ZelErrorNumber(ZelError::SpecError260), 260u);
-    EXPECT_EQ(ZelErrorNumber(ZelError::DuplicateBuffer), 379u);
-    EXPECT_EQ(ZelError::CreateTableRowCountMismatch, ZelError::DuplicateColumnName);
-    EXPECT_EQ(ZelErrorName(ZelError::DuplicateBuffer), "DuplicateBuffer");
-    EXPECT_EQ(ZelErrorName(ZelError::OperatorHasNoTransform), "SpecError216");
-    EXPECT_TRUE(ZelErrorName(static_cast<ZelError>(221)).empty());
-}
-
-TEST(DebugReport, DefaultHandlerWritesOneErrorLine) {
-    std::vector<std::pair<ZelLogLevel, TStringCore>> lines;
-    auto previous = GetZelLogger().SetSink(
-        [&](ZelLogLevel level, TStringCore const& text) { lines.emplace_back(level, text); });
-    EXPECT_THROW(ZEL_CHECK(1 > 2, ZelError::DuplicateKey), ZelRuntimeException);
-    PerformZelDebugReport("a/b.cpp", 7, "", ZelError::FunctionMissing, "no such function");
-    GetZelLogger().SetSink(std::move(previous));
-
-    ASSERT_EQ(lines.size(), 2u);
-    EXPECT_EQ(lines[0].first, ZelLogLevel::Error);
-    std::string const first = lines[0].second.ToUtf8();
-    EXPECT_NE(first.find("tests/core/FailureTest.cpp:"), std::string::npos) << first;
-    EXPECT_NE(first.find("(1 > 2) failed, error 111 (DuplicateKey)"), std::string::npos) << first;
-    EXPECT_EQ(lines[1].second, L"debug report: a/b.cpp:7: error 123 (FunctionMissing): no such function");
-}
-
-TEST(DebugReport, ScopedHandlerRestoresThePreviousOne) {
-    int outer = 0;
-    int inner = 0;
-    ScopedZelDebugReportHandler outerScope([&](ZelDebugReport const&) { ++outer; });
-    {
-        ScopedZelDebugReportHandler innerScope([&](ZelDebugReport const&) { ++inner; });
-        PerformZelDebugReport("x", 1, "", ZelError::LogicFailure, "");
-    }
-    PerformZelDebugReport("x", 1, "", ZelError::LogicFailure, "");
-    EXPECT_EQ(inner, 1);
-    EXPECT_EQ(outer, 1);
-}
-
 TEST(Checks, FailuresWithTextCarryItInReportAndException) {
     ReportCollector collector;
     try {
@@ -184,5 +78,83 @@ TEST(Checks, FailuresWithTextCarryItInReportAndException) {
     ASSERT_EQ(reports.size(), 2u);
     EXPECT_EQ(reports[0].conditionText, "");
     EXPECT_EQ(reports[0].message, "column \xc3\xa9 is not an array");
+    EXPECT_EQ(reports[0].sourcePath, "tests/core/FailureTest.cpp");  // relative to the repository
     EXPECT_EQ(reports[1].error, ZelError::UnsupportedOperation);
+}
+
+TEST(Checks, ReportsFromManyThreadsAreAllCounted) {
+    ReportCollector collector;
+    std::atomic<int> caught{0};
+    std::vector<std::jthread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < 50; ++i) {
+                try {
+                    ZEL_FAIL(ZelError::JoinFailure);
+                } catch (ZelRuntimeException const&) {
+                    ++caught;
+                }
+            }
+        });
+    }
+    threads.clear();
+    EXPECT_EQ(caught.load(), 200);
+    EXPECT_EQ(collector.Reports().size(), 200u);
+}
+
+TEST(Exceptions, BothKindsAreZelExceptionsAndStdExceptionsButNotEachOther) {
+    auto throwLogic = [] { throw ZelLogicException(ZelError::LogicFailure); };
+    EXPECT_THROW(throw ZelRuntimeException(ZelError::UnsupportedTypes), ZelException);
+    EXPECT_THROW(throw ZelRuntimeException(ZelError::UnsupportedTypes), std::exception);
+    EXPECT_THROW(throwLogic(), ZelException);
+    EXPECT_THROW(throwLogic(), std::exception);
+    try {
+        throwLogic();
+    } catch (ZelRuntimeException const&) {
+        FAIL() << "a logic failure must not pass for a runtime failure";
+    } catch (ZelLogicException const&) {
+    }
+}
+
+TEST(Exceptions, WhatNamesTheCodeAndTheText) {
+    ZelRuntimeException const withText(ZelError::UnsupportedTypes, L"unsupported types in Map");
+    EXPECT_STREQ(withText.what(), "error 185 (UnsupportedTypes): unsupported types in Map");
+    EXPECT_STREQ(ZelRuntimeException(ZelError::KeyNotFound, L"a.\u00e9").what(),
+                 "error 352 (KeyNotFound): a.\xc3\xa9");
+    EXPECT_STREQ(ZelLogicException(ZelError::JoinTypeUnsupported).what(),
+                 "logic error 339 (JoinTypeUnsupported)");
+    EXPECT_STREQ(ZelRuntimeException(static_cast<ZelError>(9999)).what(), "error 9999");
+    // Codes without a name of their own are named by their number.
+    EXPECT_EQ(ZelErrorName(ZelError::OperatorHasNoTransform), "SpecError216");
+    EXPECT_TRUE(ZelErrorName(static_cast<ZelError>(221)).empty());
+
+    ZelRuntimeException const copy(withText);  // copies keep code, text and message
+    EXPECT_EQ(copy.GetError(), ZelError::UnsupportedTypes);
+    EXPECT_STREQ(copy.what(), withText.what());
+}
+
+TEST(DebugReport, DefaultHandlerWritesOneErrorLineAndScopedHandlersNest) {
+    std::vector<std::pair<ZelLogLevel, TStringCore>> lines;
+    auto previous = GetZelLogger().SetSink(
+        [&](ZelLogLevel level, TStringCore const& text) { lines.emplace_back(level, text); });
+    EXPECT_THROW(ZEL_CHECK(1 > 2, ZelError::DuplicateKey), ZelRuntimeException);
+    PerformZelDebugReport("a/b.cpp", 7, "", ZelError::FunctionMissing, "no such function");
+    GetZelLogger().SetSink(std::move(previous));
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0].first, ZelLogLevel::Error);
+    std::string const first = lines[0].second.ToUtf8();
+    EXPECT_NE(first.find("tests/core/FailureTest.cpp:"), std::string::npos) << first;
+    EXPECT_NE(first.find("(1 > 2) failed, error 111 (DuplicateKey)"), std::string::npos) << first;
+    EXPECT_EQ(lines[1].second, L"debug report: a/b.cpp:7: error 123 (FunctionMissing): no such function");
+
+    int outer = 0;
+    int inner = 0;
+    ScopedZelDebugReportHandler outerScope([&](ZelDebugReport const&) { ++outer; });
+    {
+        ScopedZelDebugReportHandler innerScope([&](ZelDebugReport const&) { ++inner; });
+        PerformZelDebugReport("x", 1, "", ZelError::LogicFailure, "");
+    }
+    PerformZelDebugReport("x", 1, "", ZelError::LogicFailure, "");
+    EXPECT_EQ(inner, 1);
+    EXPECT_EQ(outer, 1);
 }

@@ -12,7 +12,7 @@
 
 using namespace zel::core;
 using zel::test::ExpectCheckFailure;
-using zel::test::ReportCollector;
+using zel::test::ExpectRuntimeError;
 
 namespace {
 
@@ -32,50 +32,26 @@ bool HoldsSegmentsInline(KeyPath const& path) {
 
 }  // namespace
 
-TEST(KeyPaths, ConstructionAndAccessors) {
-    KeyPath const empty;
-    EXPECT_TRUE(empty.IsEmpty());
-    EXPECT_EQ(empty.GetCount(), 0u);
-    EXPECT_TRUE(KeyPath::Empty().IsEmpty());
-    EXPECT_EQ(&KeyPath::Empty(), &KeyPath::Empty());
-
+TEST(KeyPaths, PartsOfAPathAndTheirChecks) {
     KeyPath const one(L"name");
-    EXPECT_EQ(one.GetCount(), 1u);
-    EXPECT_EQ(one.GetLeaf(), L"name");
-    EXPECT_FALSE(one.GetLeafSegmentType().HasType());
-
-    KeyPath const typed(L"values", c_arrayOfDouble);
-    EXPECT_EQ(typed.GetLeafSegmentType(), c_arrayOfDouble);
-
-    auto const segment = KeySegment::Make(L"shared", KeySegmentType(StoreTypeInfo::KeyMap));
-    KeyPath const fromSegment(segment);
-    EXPECT_EQ(fromSegment.GetLeafSegment(), segment);
-
     KeyPath const path = one.Add(L"x").Add(L"y", c_arrayOfInt64);
     ASSERT_EQ(path.GetCount(), 3u);
-    EXPECT_EQ(path.GetSegments()[0]->GetSegment(), L"name");
     EXPECT_EQ(path.GetSegment(1).GetSegment(), L"x");
     EXPECT_EQ(path.GetLeaf(), L"y");
+    EXPECT_EQ(path.GetLeafSegmentType(), c_arrayOfInt64);
     EXPECT_EQ(path.GetParent(), KeyPath::FromTexts({L"name", L"x"}));
-    EXPECT_EQ(path.GetParent().GetParent().GetParent(), KeyPath());
     EXPECT_EQ(one.GetCount(), 1u);  // Add made new paths
-
-    // Copies share their segments.
-    KeyPath const copy = path;
+    KeyPath const copy = path;      // copies share their segments
     EXPECT_EQ(copy.GetSegments()[2].get(), path.GetSegments()[2].get());
-
     EXPECT_EQ(path.Slice(1), KeyPath::FromTexts({L"x"}).Add(L"y", c_arrayOfInt64));
     EXPECT_EQ(path.Slice(1, 1), KeyPath(L"x"));
     EXPECT_TRUE(path.Slice(5).IsEmpty());
     EXPECT_EQ(path.Slice(0, 2).Append(path.Slice(2)), path);
-}
 
-TEST(KeyPaths, LeafAndParentOfTheEmptyPathFail) {
     KeyPath const empty;
     ExpectCheckFailure([&] { empty.GetParent(); }, ZelError::RangeViolation, "(!m_segments.empty())");
     ExpectCheckFailure([&] { empty.GetLeaf(); }, ZelError::RangeViolation, "(!m_segments.empty())");
-    ExpectCheckFailure([&] { KeyPath(L"a").GetSegment(1); }, ZelError::RangeViolation,
-                       "(index < m_segments.size())");
+    ExpectCheckFailure([&] { one.GetSegment(1); }, ZelError::RangeViolation, "(index < m_segments.size())");
     ExpectCheckFailure<ZelLogicException>([] { KeyPath(KeyPath::SegmentPtr()); }, ZelError::LogicFailure,
                                           "(segment) != nullptr");
 }
@@ -85,7 +61,6 @@ TEST(KeyPaths, TypedPairCountsSegmentTypes) {
     KeyPath const doublesAgain = TypedPath(c_arrayOfDouble);
     KeyPath const ints = TypedPath(c_arrayOfInt64);
     KeyPath const untyped = KeyPath::FromTexts({L"a", L"b", L"c"});
-
     EXPECT_EQ(doubles, doublesAgain);
     EXPECT_EQ(std::hash<KeyPath>{}(doubles), std::hash<KeyPath>{}(doublesAgain));
     EXPECT_EQ(hash_value(doubles), doubles.Hash());
@@ -98,9 +73,6 @@ TEST(KeyPaths, TypedPairCountsSegmentTypes) {
     StoreTypeInfo const nocase(StoreType::String, false, Collation::Named(L"nocase"));
     EXPECT_FALSE(KeyPath(L"s", KeySegmentType(nocase)) ==
                  KeyPath(L"s", KeySegmentType(StoreTypeInfo::String)));
-    EXPECT_EQ(
-        KeyPath(L"s", KeySegmentType(nocase)),
-        KeyPath(L"s", KeySegmentType(StoreTypeInfo(StoreType::String, false, Collation::Named(L"nocase")))));
 
     std::unordered_set<KeyPath> typedSet{doubles};
     EXPECT_TRUE(typedSet.contains(doublesAgain));
@@ -116,9 +88,7 @@ TEST(KeyPaths, TypeAgnosticPairLooksOnlyAtTexts) {
     KeyPath const untyped = KeyPath::Parse(L"a.b.c");
     KeyPath::KeyPathTypeAgnosticHash const hash;
     KeyPath::KeyPathTypeAgnosticEqualTo const equal;
-
     for (KeyPath const* other : {&ints, &untyped}) {
-        EXPECT_TRUE(doubles.TypeAgnosticEquals(*other));
         EXPECT_TRUE(equal(doubles, *other));
         EXPECT_EQ(hash(doubles), hash(*other));
     }
@@ -140,7 +110,6 @@ TEST(KeyPaths, PrefixesCompareTexts) {
     EXPECT_TRUE(ab.IsPrefixOf(abc));
     EXPECT_TRUE(ab.IsPrefixOf(ab));
     EXPECT_TRUE(KeyPath().IsPrefixOf(abc));
-    EXPECT_TRUE(KeyPath().IsPrefixOf(KeyPath()));
     EXPECT_FALSE(abc.IsPrefixOf(ab));
     EXPECT_FALSE(KeyPath::Parse(L"a.c").IsPrefixOf(abc));
     EXPECT_FALSE(KeyPath(L"a.b").IsPrefixOf(abc));
@@ -162,8 +131,7 @@ TEST(KeyPaths, TextFormQuotesOnlyWhatNeedsIt) {
     EXPECT_EQ(KeyPath(L"bell\u0007").ToString(), L"\"bell\\u{7}\"");
     EXPECT_EQ(KeyPath(L"no\u00a0break").ToString(), L"\"no\u00a0break\"");
     EXPECT_EQ(KeyPath(L"zero\u200bwidth").ToString(), L"\"zero\\u{200B}width\"");
-    // Types do not show.
-    EXPECT_EQ(TypedPath(c_arrayOfDouble).ToString(), L"a.b.c");
+    EXPECT_EQ(TypedPath(c_arrayOfDouble).ToString(), L"a.b.c");  // types do not show
 }
 
 TEST(KeyPaths, ParseIsTheInverseOfToString) {
@@ -171,36 +139,21 @@ TEST(KeyPaths, ParseIsTheInverseOfToString) {
     notUnicode += static_cast<wchar_t>(0xD800);
     notUnicode += static_cast<wchar_t>(0x110000);
     notUnicode += static_cast<wchar_t>(-1);
-    std::vector<TStringCore> const awkward{L"plain",
-                                           L"",
-                                           L".",
-                                           L"..",
-                                           L"a.b",
-                                           L"\"",
-                                           L"\\",
-                                           L"\\\"",
-                                           L" ",
-                                           L" lead",
-                                           L"trail ",
-                                           L"tab\there",
-                                           L"line\nbreak",
-                                           L"\u2028",
-                                           L"\u0001\u001f\u007f\u0085",
-                                           L"\u00f6\u4e2d\U0001F600",
-                                           L"~init",
-                                           L"u{41}",
-                                           L"\\u{41}",
-                                           TStringCore(notUnicode),
-                                           TStringCore(std::wstring(L"nul\0inside", 10))};
+    std::vector<TStringCore> awkward;
+    for (wchar_t const* text :
+         {L"plain", L"", L".", L"..", L"a.b", L"\"", L"\\", L"\\\"", L" lead", L"trail ", L"tab\there",
+          L"line\nbreak", L"\u2028", L"\u0001\u001f\u007f\u0085", L"\u00f6\u4e2d\U0001F600", L"~init",
+          L"u{41}", L"\\u{41}"}) {
+        awkward.emplace_back(text);
+    }
+    awkward.push_back(TStringCore(notUnicode));
+    awkward.push_back(TStringCore(std::wstring(L"nul\0inside", 10)));
     for (auto const& text : awkward) {
         KeyPath const single(text);
         EXPECT_EQ(KeyPath::Parse(single.ToString()), single) << single.ToString();
     }
     KeyPath const all = KeyPath::FromTexts(awkward);
-    ASSERT_GT(all.GetCount(), 8u);
-    KeyPath const back = KeyPath::Parse(all.ToString());
-    EXPECT_EQ(back, all);
-    EXPECT_EQ(back.ToString(), all.ToString());
+    EXPECT_EQ(KeyPath::Parse(all.ToString()), all);
     EXPECT_TRUE(KeyPath::Parse(L"").IsEmpty());
     // Readable unquoted forms that ToString would quote are accepted too.
     EXPECT_EQ(KeyPath::Parse(L"a b.c"), KeyPath::FromTexts({L"a b", L"c"}));
@@ -211,15 +164,7 @@ TEST(KeyPaths, ParseRejectsMalformedText) {
     for (wchar_t const* text :
          {L".", L"a.", L".a", L"a..b", L"\"open", L"\"a\"b", L"\"a\".", L"a\"b\"", L"a\\b", L"\"\\q\"",
           L"\"\\\"", L"\"\\u41\"", L"\"\\u{}\"", L"\"\\u{123456789}\"", L"\"\\u{12\"", L"\"\\u{zz}\""}) {
-        ReportCollector collector;
-        try {
-            KeyPath::Parse(text);
-            ADD_FAILURE() << "accepted " << TStringCore(text);
-        } catch (ZelRuntimeException const& e) {
-            EXPECT_EQ(e.GetError(), ZelError::KeyPathSyntaxError);
-            EXPECT_NE(e.GetText().view().find(L"offset"), std::wstring_view::npos) << e.what();
-        }
-        EXPECT_EQ(collector.Reports().size(), 1u) << TStringCore(text);
+        ExpectRuntimeError([&] { KeyPath::Parse(text); }, ZelError::KeyPathSyntaxError, "offset");
     }
 }
 
@@ -229,25 +174,19 @@ TEST(KeyPaths, UpToEightSegmentsLiveInsideThePath) {
         texts.push_back(TStringCore(std::to_wstring(i)));
     }
     KeyPath const eight = KeyPath::FromTexts(std::span<TStringCore const>(texts.data(), 8));
-    EXPECT_EQ(eight.GetSegments().capacity(), 8u);
     EXPECT_TRUE(HoldsSegmentsInline(eight));
-
-    KeyPath const seven = KeyPath::FromTexts(std::span<TStringCore const>(texts.data(), 7));
-    KeyPath const grown = seven.Add(L"7");
+    KeyPath const grown = KeyPath::FromTexts(std::span<TStringCore const>(texts.data(), 7)).Add(L"7");
     EXPECT_TRUE(HoldsSegmentsInline(grown));
     EXPECT_TRUE(HoldsSegmentsInline(KeyPath(grown)));
-    EXPECT_TRUE(HoldsSegmentsInline(eight.GetParent()));
     EXPECT_TRUE(HoldsSegmentsInline(KeyPath::Parse(L"a.b.c.d.e.f.g.h")));
-    EXPECT_TRUE(HoldsSegmentsInline(seven.Slice(0, 2).Append(seven.Slice(2, 6))));
-
     KeyPath const nine = KeyPath::FromTexts(texts);
     EXPECT_FALSE(HoldsSegmentsInline(nine));
     EXPECT_EQ(eight.Add(L"8"), nine);
 }
 
-TEST(TypeLookups, AnswerFromTheLeafSegmentByDefault) {
-    KeyPathTypeLookup const lookup;
-    ITypeLookup const& base = lookup;
+TEST(TypeLookups, AnswerFromTheLeafSegmentOrFromAResolverFirst) {
+    KeyPathTypeLookup const byPath;
+    ITypeLookup const& base = byPath;
     KeyPath const path = KeyPath(L"t", KeySegmentType(StoreTypeInfo::KeyMap)).Add(L"col", c_arrayOfDouble);
     EXPECT_EQ(base.GetKeySegmentType(path), c_arrayOfDouble);
     EXPECT_EQ(base.GetStoreType(path), StoreType::Array);
@@ -256,17 +195,14 @@ TEST(TypeLookups, AnswerFromTheLeafSegmentByDefault) {
     EXPECT_EQ(base.GetChildStoreType(path.GetParent()), StoreType::Empty);
     EXPECT_EQ(base.GetStoreType(KeyPath(L"untyped")), StoreType::Empty);
     EXPECT_FALSE(base.GetKeySegmentType(KeyPath()).HasType());
-}
 
-TEST(TypeLookups, AResolverAnswersFirstAndFallsBackToThePath) {
     KeyPath const known = KeyPath::Parse(L"store.values");
-    KeyPathTypeLookup const lookup([known](KeyPath const& path) {
-        return path.TypeAgnosticEquals(known) ? c_arrayOfInt64 : KeySegmentType();
+    KeyPathTypeLookup const resolved([known](KeyPath const& p) {
+        return p.TypeAgnosticEquals(known) ? c_arrayOfInt64 : KeySegmentType();
     });
-    EXPECT_EQ(lookup.GetKeySegmentType(known), c_arrayOfInt64);
-    // The resolver wins over a type the path carries.
-    EXPECT_EQ(lookup.GetChildStoreType(KeyPath(L"store").Add(L"values", c_arrayOfDouble)), StoreType::Int64);
-    // Paths the resolver does not know keep their own type.
-    EXPECT_EQ(lookup.GetChildStoreType(KeyPath(L"other", c_arrayOfDouble)), StoreType::Double);
-    EXPECT_EQ(lookup.GetStoreType(KeyPath(L"missing")), StoreType::Empty);
+    // The resolver wins over a type the path carries; paths it does not know keep their own type.
+    EXPECT_EQ(resolved.GetChildStoreType(KeyPath(L"store").Add(L"values", c_arrayOfDouble)),
+              StoreType::Int64);
+    EXPECT_EQ(resolved.GetChildStoreType(KeyPath(L"other", c_arrayOfDouble)), StoreType::Double);
+    EXPECT_EQ(resolved.GetStoreType(KeyPath(L"missing")), StoreType::Empty);
 }

@@ -6,30 +6,10 @@
 
 using namespace zel::core;
 
-namespace {
-
-// Captures lines for the lifetime of a test and restores the logger afterwards.
-class LogCapture {
-public:
-    LogCapture() : m_threshold(GetZelLogger().GetThreshold()) {
-        m_previous = GetZelLogger().SetSink(
-            [this](ZelLogLevel level, TStringCore const& text) { lines.emplace_back(level, text); });
-    }
-    ~LogCapture() {
-        GetZelLogger().SetSink(std::move(m_previous));
-        GetZelLogger().SetThreshold(m_threshold);
-    }
-    std::vector<std::pair<ZelLogLevel, TStringCore>> lines;
-
-private:
-    ZelLogLevel m_threshold;
-    ZelLogger::Sink m_previous;
-};
-
-}  // namespace
-
 TEST(Log, ThresholdDefaultsToWarningAndFiltersBothTestAndWrite) {
-    LogCapture capture;
+    std::vector<std::pair<ZelLogLevel, TStringCore>> lines;
+    auto previous = GetZelLogger().SetSink(
+        [&](ZelLogLevel level, TStringCore const& text) { lines.emplace_back(level, text); });
     EXPECT_EQ(GetZelLogger().GetThreshold(), ZelLogLevel::Warning);
     EXPECT_TRUE(GetZelLogger().AcceptsLogLevel(ZelLogLevel::Error));
     EXPECT_TRUE(GetZelLogger().AcceptsLogLevel(static_cast<ZelLogLevel>(1)));
@@ -41,10 +21,12 @@ TEST(Log, ThresholdDefaultsToWarningAndFiltersBothTestAndWrite) {
     ZelLog(ZelLogLevel::Trace, L"now kept");
     GetZelLogger().SetThreshold(ZelLogLevel::Error);
     ZelLog(ZelLogLevel::Warning, L"dropped again");
+    GetZelLogger().SetThreshold(ZelLogLevel::Warning);
+    GetZelLogger().SetSink(std::move(previous));
 
-    ASSERT_EQ(capture.lines.size(), 2u);
-    EXPECT_EQ(capture.lines[0], std::make_pair(ZelLogLevel::Warning, TStringCore(L"kept")));
-    EXPECT_EQ(capture.lines[1], std::make_pair(ZelLogLevel::Trace, TStringCore(L"now kept")));
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0], std::make_pair(ZelLogLevel::Warning, TStringCore(L"kept")));
+    EXPECT_EQ(lines[1], std::make_pair(ZelLogLevel::Trace, TStringCore(L"now kept")));
 }
 
 TEST(Log, SinkMayLogFromInsideItself) {

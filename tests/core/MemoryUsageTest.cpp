@@ -35,24 +35,20 @@ TEST(MemoryUsageTest, EachBlockIsCountedOnce) {
     EXPECT_EQ(both->GetBlockCount(), 3u);
 }
 
-TEST(MemoryUsageTest, SharedTextIsCountedOnce) {
+TEST(MemoryUsageTest, TextsAreCountedOncePerBlockNotPerContent) {
     TStringCore const longText(std::wstring(1000, L'x'));
     auto const a = factory::MakeString(longText);
     auto const b = factory::MakeString(longText);  // another text block with the same content
-    MemoryUsageBuilder oneBuilder;
-    a->CollectMemoryUsage(oneBuilder);
-    auto const one = oneBuilder.Build();
-    EXPECT_GT(one->GetTotalBytes(), 4000u);
-
-    MemoryUsageBuilder twiceBuilder;
-    a->CollectMemoryUsage(twiceBuilder);
-    a->CollectMemoryUsage(twiceBuilder);
-    EXPECT_EQ(twiceBuilder.Build()->GetTotalBytes(), one->GetTotalBytes());
-
-    MemoryUsageBuilder distinctBuilder;
-    a->CollectMemoryUsage(distinctBuilder);
-    b->CollectMemoryUsage(distinctBuilder);
-    EXPECT_EQ(distinctBuilder.Build()->GetTotalBytes(), 2 * one->GetTotalBytes());
+    auto usageOf = [](std::initializer_list<core::StoreValue const*> values) {
+        MemoryUsageBuilder builder;
+        for (auto const* value : values) {
+            value->CollectMemoryUsage(builder);
+        }
+        return builder.Build()->GetTotalBytes();
+    };
+    EXPECT_GT(usageOf({a.get()}), 4000u);
+    EXPECT_EQ(usageOf({a.get(), a.get()}), usageOf({a.get()}));
+    EXPECT_EQ(usageOf({a.get(), b.get()}), 2 * usageOf({a.get()}));
 }
 
 TEST(MemoryUsageTest, AValueSharedByTwoPathsOfAStoreIsCountedOnce) {
