@@ -1,0 +1,1112 @@
+#include "io/JsonStoreReader.h"
+
+#include <simdjson.h>
+
+#include <algorithm>
+#include <bit>
+#include <cctype>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "io/StoreFormatCommon.h"
+#include "zel/core/io/StoreValueParser.h"
+#include "zel/core/store/ArrayFactory.h"
+#include "zel/core/store/KeySet.h"
+#include "zel/core/store/StoreValueFactory.h"
+#include "zel/core/store/StoreValueUtil.h"
+#include "zel/core/utility/ZelException.h"
+
+// The document is parsed with simdjson's DOM, which picks the fastest kernel for the processor at
+// run time. The DOM keeps no source positions, so a failure finds its line and column afterwards:
+// the on-demand API walks to the JSON pointer of the failing value (or, for text that is no JSON,
+// to the first token it cannot read) and reports where that token starts.
+
+namespace zel::core::io_detail {
+
+namespace {
+
+namespace dom = simdjson::dom;
+namespace od = simdjson::ondemand;
+using ValuePtr = std::shared_ptr<StoreValue>;
+using Type = dom::element_type;
+
+// Where a value sits, and so what a bare `null` or a {"$special": ...} object means there.
+enum class Slot {
+    Entry,    // a key map entry, a table column, the root: null has no type and is an error
+    Tuple,    // a tuple element or what an object holds: null is no value (a null pointer)
+    Element,  // an element of a typed array of values: null and {"$special": ...} are specials
+};
+
+// ----- locating a failure in the text
+
+// The offset of the first token of the text that the on-demand walk cannot read, or that is nested
+// deeper than the limit; nullopt when the whole text reads.
+class SyntaxLocator {
+public:
+    explicit SyntaxLocator(simdjson::padded_string const& text) : m_text(text) {}
+
+    std::size_t Locate(std::string& what) {
+        od::document document;
+        if (auto const error = m_parser.iterate(m_text).get(document)) {
+            what = simdjson::error_message(error);
+            return 0;
+        }
+        od::value value;
+        if (auto const error = document.get_value().get(value)) {
+            what = simdjson::error_message(error);
+            return Offset(document);
+        }
+        if (!Walk(value, 1, what)) {
+            return m_failure;
+        }
+        if (char const* at = nullptr; document.current_location().get(at) == simdjson::SUCCESS) {
+            what = "text after the end of the document";
+            return static_cast<std::size_t>(at - m_text.data());
+        }
+        what = "malformed JSON";
+        return 0;
+    }
+
+private:
+    std::size_t Offset(od::document& document) {
+        char const* at = nullptr;
+        if (document.current_location().get(at) != simdjson::SUCCESS) {
+            return m_text.size();
+        }
+        return static_cast<std::size_t>(at - m_text.data());
+    }
+
+    bool Failed(char const* at, simdjson::error_code error, std::string& what) {
+        what = simdjson::error_message(error);
+        m_failure = static_cast<std::size_t>(at - m_text.data());
+        return false;
+    }
+
+    bool Walk(od::value& value, unsigned depth, std::string& what) {
+        char const* const at = value.raw_json_token().data();
+        od::json_type type;
+        if (auto const error = value.type().get(type)) {
+            return Failed(at, error, what);
+        }
+        if ((type == od::json_type::object || type == od::json_type::array) &&
+            depth > StoreValueParser::c_maxJsonDepth) {
+            what = "nesting deeper than " + std::to_string(StoreValueParser::c_maxJsonDepth) + " levels";
+            m_failure = static_cast<std::size_t>(at - m_text.data());
+            return false;
+        }
+        simdjson::error_code error = simdjson::SUCCESS;
+        switch (type) {
+            case od::json_type::object: {
+                od::object object;
+                if ((error = value.get_object().get(object))) {
+                    break;
+                }
+                for (auto fieldResult : object) {
+                    od::field field;
+                    std::string_view key;
+                    if ((error = std::move(fieldResult).get(field)) ||
+                        (error = field.unescaped_key().get(key))) {
+                        break;
+                    }
+                    od::value child = field.value();
+                    if (!Walk(child, depth + 1, what)) {
+                        return false;
+                    }
+                }
+                break;
+            }
+            case od::json_type::array: {
+                od::array array;
+                if ((error = value.get_array().get(array))) {
+                    break;
+                }
+                for (auto elementResult : array) {
+                    od::value child;
+                    if ((error = std::move(elementResult).get(child))) {
+                        break;
+                    }
+                    if (!Walk(child, depth + 1, what)) {
+                        return false;
+                    }
+                }
+                break;
+            }
+            case od::json_type::number: {
+                od::number number;
+                error = value.get_number().get(number);
+                break;
+            }
+            case od::json_type::string: {
+                std::string_view text;
+                error = value.get_string().get(text);
+                break;
+            }
+            case od::json_type::boolean: {
+                bool flag = false;
+                error = value.get_bool().get(flag);
+                break;
+            }
+            case od::json_type::null: {
+                bool isNull = false;
+                error = value.is_null().get(isNull);
+                if (!error && !isNull) {
+                    error = simdjson::N_ATOM_ERROR;
+                }
+                break;
+            }
+        }
+        return error ? Failed(at, error, what) : true;
+    }
+
+    simdjson::padded_string const& m_text;
+    od::parser m_parser;
+    std::size_t m_failure = 0;
+};
+
+// The offset of the value at a JSON pointer, or of its nearest ancestor that the walk finds.
+std::size_t LocatePointer(simdjson::padded_string const& text, std::vector<std::string> const& path) {
+    for (std::size_t length = path.size(); length > 0; --length) {
+        std::string pointer;
+        for (std::size_t i = 0; i < length; ++i) {
+            pointer += '/';
+            for (char const c : path[i]) {
+                pointer += c == '~' ? "~0" : (c == '/' ? "~1" : std::string(1, c));
+            }
+        }
+        od::parser parser;
+        od::document document;
+        od::value value;
+        if (parser.iterate(text).get(document) == simdjson::SUCCESS &&
+            document.at_pointer(pointer).get(value) == simdjson::SUCCESS) {
+            return static_cast<std::size_t>(value.raw_json_token().data() - text.data());
+        }
+    }
+    std::size_t offset = 0;
+    while (offset < text.size() && (text.data()[offset] == ' ' || text.data()[offset] == '\n' ||
+                                    text.data()[offset] == '\r' || text.data()[offset] == '\t')) {
+        ++offset;
+    }
+    return offset;
+}
+
+class JsonReader {
+public:
+    explicit JsonReader(std::string_view utf8) : m_text(utf8) {}
+
+    ValuePtr Read(bool root) {
+        dom::element document;
+        if (auto const error = m_parser.parse(m_text).get(document)) {
+            FailDocument(error);
+        }
+        ValuePtr result = ParseValue(document, Slot::Entry, nullptr);
+        if (root && result->GetStoreType() != StoreType::KeyMap) {
+            Fail("the root of a store must be an object (a key map), not a " +
+                 FormatType(result->GetTypeInfo()));
+        }
+        return result;
+    }
+
+private:
+    // ----- failures
+
+    std::string Pointer() const {
+        std::string pointer;
+        for (std::string const& segment : m_path) {
+            pointer += '/';
+            for (char const c : segment) {
+                pointer += c == '~' ? "~0" : (c == '/' ? "~1" : std::string(1, c));
+            }
+        }
+        return pointer.empty() ? "the root" : pointer;
+    }
+
+    std::string LineAndColumn(std::size_t offset) const {
+        offset = std::min(offset, m_text.size());
+        std::size_t line = 1;
+        std::size_t column = 1;
+        for (std::size_t i = 0; i < offset; ++i) {
+            auto const byte = static_cast<unsigned char>(m_text.data()[i]);
+            if (byte == '\n') {
+                ++line;
+                column = 1;
+            } else if ((byte & 0xC0) != 0x80) {
+                ++column;
+            }
+        }
+        return "line " + std::to_string(line) + ", column " + std::to_string(column);
+    }
+
+    // "JSON store: <what> at /a/values/3 (element 3, line 1, column 20)".
+    [[noreturn]] void Fail(std::string const& what, std::optional<std::size_t> element = {}) {
+        if (element) {
+            m_path.push_back(std::to_string(*element));
+        }
+        std::string where = " at " + Pointer() + " (";
+        if (element) {
+            where += "element " + std::to_string(*element) + ", ";
+        }
+        where += LineAndColumn(LocatePointer(m_text, m_path)) + ")";
+        ThrowFormatError("JSON store: " + what + where);
+    }
+
+    [[noreturn]] void FailSimd(simdjson::error_code error, std::string const& expected,
+                               std::optional<std::size_t> element = {}) {
+        if (error == simdjson::INCORRECT_TYPE) {
+            Fail("expected " + expected, element);
+        }
+        if (error == simdjson::NUMBER_OUT_OF_RANGE) {
+            Fail("number out of range for " + expected, element);
+        }
+        Fail(std::string("unreadable value (") + simdjson::error_message(error) + ")", element);
+    }
+
+    // The text as a whole is no JSON: find where with the on-demand walk.
+    [[noreturn]] void FailDocument(simdjson::error_code error) {
+        if (error == simdjson::UTF8_ERROR) {
+            try {
+                (void)TStringCore::FromUtf8(std::string_view(m_text.data(), m_text.size()));
+            } catch (TStringEncodingException const& e) {
+                ThrowFormatError("JSON store: text that is not UTF-8 at " + LineAndColumn(e.GetOffset()));
+            }
+        }
+        if (error == simdjson::EMPTY) {
+            ThrowFormatError("JSON store: an empty document");
+        }
+        std::string what;
+        std::size_t const offset = SyntaxLocator(m_text).Locate(what);
+        if (error == simdjson::DEPTH_ERROR) {
+            what = "nesting deeper than " + std::to_string(StoreValueParser::c_maxJsonDepth) + " levels";
+        }
+        ThrowFormatError("JSON store: malformed JSON (" + what + ") at " + LineAndColumn(offset));
+    }
+
+    template <class T, class Result>
+    T Get(Result&& result, std::string const& expected, std::optional<std::size_t> element = {}) {
+        T out{};
+        if (auto const error = std::forward<Result>(result).get(out)) {
+            FailSimd(error, expected, element);
+        }
+        return out;
+    }
+
+    TStringCore Text(std::string_view utf8, std::optional<std::size_t> element = {}) {
+        try {
+            return TStringCore::FromUtf8(utf8);
+        } catch (TStringEncodingException const&) {
+            Fail("text that is not UTF-8", element);
+        }
+    }
+
+    // ----- nesting and paths
+
+    class Nest {
+    public:
+        explicit Nest(JsonReader& reader) : m_reader(reader) {
+            if (++reader.m_depth > StoreValueParser::c_maxJsonDepth) {
+                reader.Fail("nesting deeper than " + std::to_string(StoreValueParser::c_maxJsonDepth) +
+                            " levels");
+            }
+        }
+        ~Nest() { --m_reader.m_depth; }
+        Nest(Nest const&) = delete;
+        Nest& operator=(Nest const&) = delete;
+
+    private:
+        JsonReader& m_reader;
+    };
+
+    class PathScope {
+    public:
+        PathScope(JsonReader& reader, std::string segment) : m_reader(reader) {
+            reader.m_path.push_back(std::move(segment));
+        }
+        PathScope(JsonReader& reader, std::size_t index) : PathScope(reader, std::to_string(index)) {}
+        ~PathScope() { m_reader.m_path.pop_back(); }
+        PathScope(PathScope const&) = delete;
+        PathScope& operator=(PathScope const&) = delete;
+
+    private:
+        JsonReader& m_reader;
+    };
+
+    template <class Maker>
+    auto DispatchElement(StoreTypeInfo const& type, Maker&& maker) {
+        auto const storage = GetStorageType(type.GetStoreType());
+        if (!storage) {
+            Fail("type " + FormatType(type) + " cannot hold elements");
+        }
+        return StorageTypeDispatcher(*storage, maker);
+    }
+
+    // ----- generic values
+
+    // Any value. In the element slot `special` receives the kind of a null or {"$special": ...}
+    // element (and the result is null); elsewhere it is null.
+    ValuePtr ParseValue(dom::element value, Slot slot, SpecialKind* special) {
+        switch (value.type()) {
+            case Type::OBJECT:
+                return ParseObject(value, slot, special);
+            case Type::ARRAY:
+                return ParsePlainArray(value);
+            case Type::INT64: {
+                std::int64_t const number = value.get_int64().value_unsafe();
+                if (number >= std::numeric_limits<int>::min() && number <= std::numeric_limits<int>::max()) {
+                    return factory::MakeInt32(static_cast<int>(number));
+                }
+                return factory::MakeInt64(number);
+            }
+            case Type::UINT64:
+                Fail("number out of range for int64");
+            case Type::DOUBLE:
+                return factory::MakeDouble(value.get_double().value_unsafe());
+            case Type::STRING:
+                return factory::MakeString(Text(value.get_string().value_unsafe()));
+            case Type::BOOL:
+                return factory::MakeBool(value.get_bool().value_unsafe());
+            case Type::NULL_VALUE:
+                break;
+        }
+        if (slot == Slot::Element) {
+            *special = SpecialKind::Null;
+            return nullptr;
+        }
+        if (slot == Slot::Tuple) {
+            return nullptr;
+        }
+        Fail("null has no type here; write a special as {\"$type\": \"<type>\", \"special\": \"null\"}");
+    }
+
+    ValuePtr ParseObject(dom::element value, Slot slot, SpecialKind* special) {
+        Nest const nest(*this);
+        dom::object const object = value.get_object().value_unsafe();
+        dom::element typeValue;
+        if (object.at_key("$type").get(typeValue) == simdjson::SUCCESS) {
+            std::optional<TypeNode> type;
+            {
+                PathScope const scope(*this, "$type");
+                std::string_view const typeText =
+                    Get<std::string_view>(typeValue.get_string(), "a type name");
+                std::string error;
+                type = ParseTypeText(typeText, error);
+                if (!type) {
+                    Fail("bad type \"" + std::string(typeText) + "\": " + error);
+                }
+            }
+            return ParseTyped(object, *type, slot);
+        }
+        dom::element kindValue;
+        if (slot == Slot::Element && object.at_key("$special").get(kindValue) == simdjson::SUCCESS) {
+            *special = ParseSpecialObject(object);
+            return nullptr;
+        }
+        return ParseEntries(object, false);
+    }
+
+    // The entries of a key map, or the columns of a table.
+    ValuePtr ParseEntries(dom::object const& object, bool table) {
+        StoreValueMap entries;
+        for (dom::key_value_pair const field : object) {
+            PathScope const scope(*this, std::string(field.key));
+            ValuePtr value = ParseValue(field.value, Slot::Entry, nullptr);
+            if (!entries.emplace(Text(field.key), std::move(value)).second) {
+                Fail("duplicate key \"" + std::string(field.key) + "\"");
+            }
+        }
+        if (!table) {
+            return factory::MakeKeyMap(std::move(entries));
+        }
+        try {
+            return factory::MakeTable(std::move(entries));
+        } catch (ZelRuntimeException const& e) {
+            Fail("bad table: " + e.GetText().ToUtf8());
+        }
+    }
+
+    // A bare JSON array: its element type is inferred from the kind of its first ordinary element;
+    // a string beside a number or a bool is no guess we make.
+    static char const* Family(Type type) {
+        switch (type) {
+            case Type::BOOL:
+                return "bool";
+            case Type::STRING:
+                return "string";
+            default:
+                return "number";
+        }
+    }
+
+    ValuePtr ParsePlainArray(dom::element value) {
+        Nest const nest(*this);
+        dom::array const array = value.get_array().value_unsafe();
+        std::optional<Type> first;
+        std::size_t firstIndex = 0;
+        bool anyDouble = false;
+        bool needsInt64 = false;
+        std::size_t index = 0;
+        for (dom::element const element : array) {
+            Type const type = element.type();
+            switch (type) {
+                case Type::NULL_VALUE:
+                    break;
+                case Type::OBJECT: {
+                    PathScope const scope(*this, index);
+                    (void)ParseSpecialObject(element.get_object().value_unsafe());
+                    break;
+                }
+                case Type::ARRAY:
+                    Fail(
+                        "a nested array needs a typed form such as {\"$type\": \"array<array<int32>>\", "
+                        "\"values\": [...]}",
+                        index);
+                case Type::UINT64:
+                    Fail("number out of range for int64", index);
+                case Type::INT64: {
+                    std::int64_t const number = element.get_int64().value_unsafe();
+                    needsInt64 = needsInt64 || number < std::numeric_limits<int>::min() ||
+                                 number > std::numeric_limits<int>::max();
+                    break;
+                }
+                case Type::DOUBLE:
+                    anyDouble = true;
+                    break;
+                case Type::STRING:
+                case Type::BOOL:
+                    break;
+            }
+            if (type != Type::NULL_VALUE && type != Type::OBJECT) {
+                if (!first) {
+                    first = type;
+                    firstIndex = index;
+                } else if (Family(type) != Family(*first)) {
+                    Fail("a " + std::string(Family(type)) + " after a " + Family(*first) + " (element " +
+                             std::to_string(firstIndex) +
+                             "); elements of mixed kinds need a typed array such as \"array<object>\"",
+                         index);
+                }
+            }
+            ++index;
+        }
+        if (!first) {
+            Fail(index == 0
+                     ? "an empty array has no type; write {\"$type\": \"array<int32>\", \"values\": []}"
+                     : "an array of nothing but specials has no type; write {\"$type\": "
+                       "\"array<int32>\", \"values\": [...]}");
+        }
+        StoreTypeInfo const& type = *first == Type::BOOL     ? StoreTypeInfo::Bool
+                                    : *first == Type::STRING ? StoreTypeInfo::String
+                                    : anyDouble              ? StoreTypeInfo::Double
+                                    : needsInt64             ? StoreTypeInfo::Int64
+                                                             : StoreTypeInfo::Int32;
+        return DispatchElement(type, [&]<class T>(StorageTag<T>) {
+            Column<T> column;
+            ParseColumn<T>(value, type, column);
+            return factory::MakeArray<T>(type, StoreTypeInfo::Empty, std::move(column.values), nullptr,
+                                         std::move(column.specials));
+        });
+    }
+
+    // ----- specials
+
+    // "null", "error" or a number from 1 to 255.
+    SpecialKind ParseSpecialKind(dom::element value) {
+        std::string_view text;
+        std::int64_t number = 0;
+        if (value.get_string().get(text) == simdjson::SUCCESS) {
+            if (text == "null") {
+                return SpecialKind::Null;
+            }
+            if (text == "error") {
+                return SpecialKind::Error;
+            }
+        } else if (value.get_int64().get(number) == simdjson::SUCCESS && number >= 1 && number <= 255) {
+            return static_cast<SpecialKind>(number);
+        }
+        Fail("a special kind is \"null\", \"error\" or a number from 1 to 255");
+    }
+
+    // {"$special": kind} and nothing else.
+    SpecialKind ParseSpecialObject(dom::object const& object) {
+        std::optional<SpecialKind> kind;
+        for (dom::key_value_pair const field : object) {
+            PathScope const scope(*this, std::string(field.key));
+            if (field.key != "$special" || kind) {
+                Fail(field.key == "$special"
+                         ? std::string("duplicate field \"$special\"")
+                         : "an element object is a special {\"$special\": \"null\"}, not a field \"" +
+                               std::string(field.key) +
+                               "\"; other values need a typed array (\"array<keymap>\")");
+            }
+            kind = ParseSpecialKind(field.value);
+        }
+        if (!kind) {
+            Fail(
+                "an element object is a special {\"$special\": \"null\"}; other values need a typed array "
+                "(\"array<keymap>\")");
+        }
+        return *kind;
+    }
+
+    // ----- typed values
+
+    // The fields of a typed object but "$type", each once, each a name of `known`.
+    template <class Handle>
+    void ForEachField(dom::object const& object, std::string const& typeText,
+                      std::initializer_list<std::string_view> known, Handle&& handle) {
+        std::vector<std::string_view> seen;
+        for (dom::key_value_pair const field : object) {
+            PathScope const scope(*this, std::string(field.key));
+            if (std::find(seen.begin(), seen.end(), field.key) != seen.end()) {
+                Fail("duplicate field \"" + std::string(field.key) + "\"");
+            }
+            seen.push_back(field.key);
+            if (field.key == "$type") {
+                continue;
+            }
+            if (std::find(known.begin(), known.end(), field.key) == known.end()) {
+                std::string expected;
+                for (std::string_view const name : known) {
+                    expected += (expected.empty() ? "\"" : ", \"") + std::string(name) + "\"";
+                }
+                Fail("unknown field \"" + std::string(field.key) + "\" in a value of type " + typeText +
+                     (expected.empty() ? std::string() : " (expected " + expected + ")"));
+            }
+            handle(field.key, field.value);
+        }
+    }
+
+    static std::string Describe(TypeNode const& type) {
+        if (type.kind == TypeNode::Kind::None) {
+            return "none";
+        }
+        if (type.kind == TypeNode::Kind::KeySet) {
+            return "keyset";
+        }
+        return FormatType(type.info);
+    }
+
+    ValuePtr ParseTyped(dom::object const& object, TypeNode const& type, Slot slot) {
+        std::string const typeText = Describe(type);
+        if (type.kind == TypeNode::Kind::None) {
+            if (slot == Slot::Entry) {
+                Fail("\"none\" (no value) stands only for an element of a tuple or of an array of values");
+            }
+            ForEachField(object, typeText, {}, [](std::string_view, dom::element) {});
+            return nullptr;
+        }
+        StoreType const storeType = type.info.GetStoreType();
+        std::size_t const wantedArgs = type.kind == TypeNode::Kind::KeySet       ? 2
+                                       : IsUniformCollectionStoreType(storeType) ? 1
+                                                                                 : 0;
+        if (type.args.size() > wantedArgs) {
+            Fail("type " + typeText + " takes " + std::to_string(wantedArgs) + " type arguments");
+        }
+        // A special of any type: {"$type": "...", "special": "null"}.
+        dom::element specialValue;
+        if (object.at_key("special").get(specialValue) == simdjson::SUCCESS) {
+            std::optional<SpecialKind> kind;
+            ForEachField(object, typeText, {"special"},
+                         [&](std::string_view, dom::element value) { kind = ParseSpecialKind(value); });
+            return factory::MakeSpecial(type.info, *kind);
+        }
+        if (type.args.size() < wantedArgs) {
+            Fail("type " + typeText + " needs " + std::to_string(wantedArgs) + " type arguments");
+        }
+        if (type.kind == TypeNode::Kind::KeySet) {
+            return ParseKeySet(object, type);
+        }
+        switch (storeType) {
+            case StoreType::Array:
+            case StoreType::Set:
+                return DispatchElement(type.args[0].info, [&]<class T>(StorageTag<T>) {
+                    return ParseCollection<T>(object, type);
+                });
+            case StoreType::Tuple: {
+                std::optional<std::vector<ValuePtr>> elements;
+                ForEachField(object, typeText, {"values"}, [&](std::string_view, dom::element value) {
+                    Nest const nest(*this);
+                    elements.emplace();
+                    for (dom::element const element : Get<dom::array>(value.get_array(), "an array")) {
+                        PathScope const scope(*this, elements->size());
+                        elements->push_back(ParseValue(element, Slot::Tuple, nullptr));
+                    }
+                });
+                if (!elements) {
+                    Fail("a tuple needs \"values\"");
+                }
+                return factory::MakeTuple(std::move(*elements));
+            }
+            case StoreType::KeyMap:
+            case StoreType::Table: {
+                bool const table = storeType == StoreType::Table;
+                ValuePtr result;
+                ForEachField(object, typeText, {table ? "columns" : "entries"},
+                             [&](std::string_view, dom::element value) {
+                                 Nest const nest(*this);
+                                 result =
+                                     ParseEntries(Get<dom::object>(value.get_object(), "an object"), table);
+                             });
+                if (!result) {
+                    Fail("a " + typeText + " needs \"" + (table ? "columns" : "entries") + "\"");
+                }
+                return result;
+            }
+            case StoreType::Object: {
+                ValuePtr held;
+                ForEachField(object, typeText, {"value"}, [&](std::string_view, dom::element value) {
+                    held = ParseValue(value, Slot::Tuple, nullptr);
+                });
+                return factory::MakeObject(std::move(held));
+            }
+            default:
+                break;
+        }
+        // A scalar.
+        ValuePtr result;
+        DispatchElement(type.info, [&]<class T>(StorageTag<T>) {
+            ForEachField(object, typeText, {"value"}, [&](std::string_view, dom::element value) {
+                T element{};
+                SpecialKind special = SpecialKind::None;
+                ParseElement<T>(value, type.info, std::nullopt, element, special);
+                if (special != SpecialKind::None) {
+                    Fail("a special scalar is written {\"$type\": \"" + typeText +
+                         "\", \"special\": \"null\"}");
+                }
+                result = MakeStoreValueFromStorageType<T>(type.info, element);
+            });
+            return 0;
+        });
+        if (!result) {
+            Fail("a " + typeText + " scalar needs \"value\" or \"special\"");
+        }
+        return result;
+    }
+
+    // One element of type `type` (storage T): a special (null, {"$special": ...}) or a value.
+    template <class T>
+    void ParseElement(dom::element value, StoreTypeInfo const& type, std::optional<std::size_t> index, T& out,
+                      SpecialKind& special) {
+        if constexpr (std::is_same_v<T, ValuePtr>) {
+            std::optional<PathScope> scope;
+            if (index) {
+                scope.emplace(*this, *index);
+            }
+            out = ParseValue(value, Slot::Element, &special);
+            if (out && type.GetStoreType() != StoreType::Object &&
+                out->GetStoreType() != type.GetStoreType()) {
+                Fail("expected a " + FormatType(type) + ", not a " + FormatType(out->GetTypeInfo()));
+            }
+        } else {
+            Type const jsonType = value.type();
+            if (jsonType == Type::NULL_VALUE) {
+                special = SpecialKind::Null;
+                return;
+            }
+            if (jsonType == Type::OBJECT) {
+                std::optional<PathScope> scope;
+                if (index) {
+                    scope.emplace(*this, *index);
+                }
+                special = ParseSpecialObject(value.get_object().value_unsafe());
+                return;
+            }
+            if constexpr (std::is_same_v<T, unsigned char>) {
+                out = Get<bool>(value.get_bool(), "true or false", index) ? 1 : 0;
+            } else if constexpr (std::is_same_v<T, RIndirectString>) {
+                out = RIndirectString(
+                    Text(Get<std::string_view>(value.get_string(), "a string", index), index));
+            } else {
+                out = ParseNumberElement<T>(value, jsonType, type, index);
+            }
+        }
+    }
+
+    template <class T>
+    T ParseNumberElement(dom::element value, Type jsonType, StoreTypeInfo const& type,
+                         std::optional<std::size_t> index) {
+        switch (type.GetStoreType()) {
+            case StoreType::Int32: {
+                auto const number = Get<std::int64_t>(value.get_int64(), "an int32", index);
+                if (jsonType == Type::DOUBLE || number < std::numeric_limits<int>::min() ||
+                    number > std::numeric_limits<int>::max()) {
+                    Fail(jsonType == Type::DOUBLE ? "expected an int32" : "number out of range for int32",
+                         index);
+                }
+                return static_cast<T>(static_cast<unsigned int>(static_cast<int>(number)));
+            }
+            case StoreType::Int64:
+                if (jsonType == Type::DOUBLE) {
+                    Fail("expected an int64", index);
+                }
+                return static_cast<T>(Get<std::int64_t>(value.get_int64(), "an int64", index));
+            case StoreType::Float:
+                return static_cast<T>(ParseFloating<float, unsigned int>(value, jsonType, index));
+            case StoreType::Double:
+                return static_cast<T>(ParseFloating<double, unsigned long long>(value, jsonType, index));
+            case StoreType::Date:
+            case StoreType::DateTime: {
+                if (jsonType == Type::INT64 || jsonType == Type::UINT64) {
+                    return static_cast<T>(
+                        Get<std::uint64_t>(value.get_uint64(), "microseconds since 0001-01-01", index));
+                }
+                auto const text = Get<std::string_view>(value.get_string(), "a date text", index);
+                auto const parsed = ZelDateTime::Parse(text);
+                if (!parsed) {
+                    Fail("\"" + std::string(text) + "\" is no " + FormatType(type) +
+                             " (2024-01-31 or 2024-01-31T12:00:00.5)",
+                         index);
+                }
+                return static_cast<T>(parsed->GetValue());
+            }
+            case StoreType::Color: {
+                auto const text = Get<std::string_view>(value.get_string(), "a colour text", index);
+                std::uint32_t rgba = 0;
+                bool valid = text.size() == 9 && text[0] == '#';
+                for (std::size_t i = 1; valid && i < text.size(); ++i) {
+                    valid = std::isxdigit(static_cast<unsigned char>(text[i])) != 0;
+                }
+                if (!valid || std::from_chars(text.data() + 1, text.data() + 9, rgba, 16).ec != std::errc()) {
+                    Fail("\"" + std::string(text) + "\" is no colour (#RRGGBBAA)", index);
+                }
+                return static_cast<T>(rgba);
+            }
+            default:
+                break;
+        }
+        Fail("type " + FormatType(type) + " cannot hold elements", index);
+    }
+
+    // A float or double from a number, or from "nan", "inf", "-inf" or the bits of a NaN "0x...".
+    template <class F, class Bits>
+    Bits ParseFloating(dom::element value, Type jsonType, std::optional<std::size_t> index) {
+        std::string const name = std::is_same_v<F, float> ? "float" : "double";
+        if (jsonType == Type::STRING) {
+            std::string_view const text = value.get_string().value_unsafe();
+            if (text == "nan") {
+                return std::bit_cast<Bits>(std::numeric_limits<F>::quiet_NaN());
+            }
+            if (text == "inf" || text == "-inf") {
+                F const inf = std::numeric_limits<F>::infinity();
+                return std::bit_cast<Bits>(text == "inf" ? inf : -inf);
+            }
+            Bits bits = 0;
+            if (text.size() == 2 + 2 * sizeof(Bits) && text.starts_with("0x")) {
+                auto const result = std::from_chars(text.data() + 2, text.data() + text.size(), bits, 16);
+                if (result.ec == std::errc() && result.ptr == text.data() + text.size() &&
+                    std::isnan(std::bit_cast<F>(bits))) {
+                    return bits;
+                }
+            }
+            Fail("\"" + std::string(text) + "\" is no " + name +
+                     " (a number, \"nan\", \"inf\", \"-inf\" or the bits of a NaN as \"0x...\")",
+                 index);
+        }
+        double const number = Get<double>(value.get_double(), "a " + name, index);
+        if (jsonType == Type::INT64) {
+            // An integer must be exact in the floating type; 2^63 is past every int64.
+            std::int64_t const integer = value.get_int64().value_unsafe();
+            F const converted = static_cast<F>(integer);
+            if (!(converted < F(9.2233720368547758e18)) || static_cast<std::int64_t>(converted) != integer) {
+                Fail("integer is not exact as a " + name, index);
+            }
+        } else if (jsonType == Type::UINT64) {
+            std::uint64_t const integer = value.get_uint64().value_unsafe();
+            F const converted = static_cast<F>(integer);
+            if (!(converted < F(1.8446744073709552e19)) || static_cast<std::uint64_t>(converted) != integer) {
+                Fail("integer is not exact as a " + name, index);
+            }
+        }
+        if constexpr (std::is_same_v<F, float>) {
+            // Past the largest float by half a unit in the last place, a number rounds to infinity.
+            double const limit = double(std::numeric_limits<float>::max()) + std::ldexp(1.0, 103);
+            if (!(std::fabs(number) < limit)) {
+                Fail("number out of range for float", index);
+            }
+        }
+        return std::bit_cast<Bits>(static_cast<F>(number));
+    }
+
+    template <class T>
+    void ParseColumn(dom::element value, StoreTypeInfo const& type, Column<T>& column) {
+        Nest const nest(*this);
+        dom::array const array = Get<dom::array>(value.get_array(), "an array");
+        column.values->reserve(array.size());
+        for (dom::element const element : array) {
+            T out{};
+            SpecialKind special = SpecialKind::None;
+            ParseElement<T>(element, type, column.size(), out, special);
+            column.Push(std::move(out), special);
+        }
+    }
+
+    std::vector<unsigned int> ParseIndices(dom::element value) {
+        Nest const nest(*this);
+        std::vector<unsigned int> indices;
+        dom::array const array = Get<dom::array>(value.get_array(), "an array");
+        indices.reserve(array.size());
+        for (dom::element const element : array) {
+            std::size_t const index = indices.size();
+            auto const number = Get<std::uint64_t>(element.get_uint64(), "an index", index);
+            if (element.type() == Type::DOUBLE || number > std::numeric_limits<unsigned int>::max()) {
+                Fail("an index is an integer from 0 to 4294967294", index);
+            }
+            indices.push_back(static_cast<unsigned int>(number));
+        }
+        return indices;
+    }
+
+    unsigned int ParseCount(dom::element value) {
+        auto const number = Get<std::uint64_t>(value.get_uint64(), "a count");
+        if (value.type() == Type::DOUBLE || number > std::numeric_limits<unsigned int>::max()) {
+            Fail("a count is an integer from 0 to 4294967295");
+        }
+        return static_cast<unsigned int>(number);
+    }
+
+    void CheckIndices(std::vector<unsigned int> const& indices, std::uint64_t bound, char const* what) {
+        for (std::size_t i = 0; i < indices.size(); ++i) {
+            if (indices[i] >= bound) {
+                PathScope const scope(*this, "indices");
+                Fail("index " + std::to_string(indices[i]) + " is past the " + std::to_string(bound) + " " +
+                         what,
+                     i);
+            }
+        }
+    }
+
+    // An array or set of storage T, in any layout.
+    template <class T>
+    ValuePtr ParseCollection(dom::object const& object, TypeNode const& type) {
+        StoreTypeInfo const& elementType = type.args[0].info;
+        StoreTypeInfo const& childType = type.ChildOfArg(0);
+        bool const isSet = type.info.GetStoreType() == StoreType::Set;
+        std::string const typeText =
+            "\"" + FormatType(type.info) + "<" + FormatType(elementType, childType) + ">\"";
+        std::optional<Column<T>> values;
+        std::optional<std::vector<unsigned int>> indices;
+        std::optional<std::pair<T, SpecialKind>> constant;
+        std::optional<unsigned int> count;
+        std::optional<std::vector<RunLengthEntry<T>>> runs;
+        auto handle = [&](std::string_view name, dom::element value) {
+            if (name == "values") {
+                values.emplace();
+                ParseColumn<T>(value, elementType, *values);
+            } else if (name == "indices") {
+                indices = ParseIndices(value);
+            } else if (name == "constant") {
+                constant.emplace(T{}, SpecialKind::None);
+                ParseElement<T>(value, elementType, std::nullopt, constant->first, constant->second);
+            } else if (name == "count") {
+                count = ParseCount(value);
+            } else if (name == "runs") {
+                runs = ParseRuns<T>(value, elementType);
+            }
+        };
+        if (isSet) {
+            ForEachField(object, typeText, {"values"}, handle);
+        } else {
+            ForEachField(object, typeText, {"values", "indices", "constant", "count", "runs"}, handle);
+        }
+        if (int(values.has_value()) + int(constant.has_value()) + int(runs.has_value()) != 1) {
+            Fail("a " + typeText + " needs exactly one of " +
+                 (isSet ? std::string("\"values\"")
+                        : "\"values\", \"constant\" (with \"count\") and \"runs\""));
+        }
+        if (count.has_value() != constant.has_value()) {
+            Fail("\"count\" goes with \"constant\", and only there");
+        }
+        if (indices && constant) {
+            Fail("\"indices\" go with \"values\" or \"runs\", not with \"constant\"");
+        }
+        try {
+            if (isSet) {
+                std::size_t const given = values->size();
+                ValuePtr set = factory::MakeSet<T>(elementType, childType, std::move(values->values),
+                                                   std::move(values->specials));
+                if (set->GetCount() != given) {
+                    Fail("the members of a set must be distinct: " + std::to_string(given) + " values make " +
+                         std::to_string(set->GetCount()) + " members");
+                }
+                return set;
+            }
+            auto indexVector =
+                indices ? std::make_unique<std::vector<unsigned int>>(std::move(*indices)) : nullptr;
+            if (values) {
+                if (indexVector) {
+                    CheckIndices(*indexVector, values->size(), "values");
+                }
+                return factory::MakeArray<T>(elementType, childType, std::move(values->values),
+                                             std::move(indexVector), std::move(values->specials));
+            }
+            if (constant) {
+                if (constant->second != SpecialKind::None) {
+                    constant->first = T{};
+                }
+                return detail::ArrayValue<T>::MakeConstant(elementType, childType, constant->first,
+                                                           constant->second, *count);
+            }
+            std::uint64_t total = 0;
+            for (auto const& run : *runs) {
+                total += run.count;
+            }
+            if (total > std::numeric_limits<unsigned int>::max()) {
+                Fail("the runs hold " + std::to_string(total) + " elements, more than 4294967295");
+            }
+            if (indexVector) {
+                CheckIndices(*indexVector, total, "elements of the runs");
+            }
+            return factory::MakeRunLengthArray<T>(
+                elementType, childType, std::make_unique<std::vector<RunLengthEntry<T>>>(std::move(*runs)),
+                std::move(indexVector));
+        } catch (ZelRuntimeException const& e) {
+            if (e.GetError() == ZelError::StoreFormatError) {
+                throw;
+            }
+            Fail("bad " + typeText + ": " + e.GetText().ToUtf8());
+        }
+    }
+
+    // [{"value": v, "count": n}, {"special": "null", "count": n}, ...]
+    template <class T>
+    std::vector<RunLengthEntry<T>> ParseRuns(dom::element value, StoreTypeInfo const& elementType) {
+        Nest const nest(*this);
+        std::vector<RunLengthEntry<T>> runs;
+        for (dom::element const runValue : Get<dom::array>(value.get_array(), "an array of runs")) {
+            PathScope const scope(*this, runs.size());
+            Nest const runNest(*this);
+            auto const object = Get<dom::object>(runValue.get_object(), "a run {\"value\": v, \"count\": n}");
+            RunLengthEntry<T> run{T{}, SpecialKind::None, 0};
+            bool hasValue = false;
+            bool hasCount = false;
+            ForEachField(object, "run", {"value", "special", "count"},
+                         [&](std::string_view name, dom::element field) {
+                             if (name == "count") {
+                                 hasCount = true;
+                                 run.count = ParseCount(field);
+                                 return;
+                             }
+                             if (hasValue) {
+                                 Fail("a run has a \"value\" or a \"special\", not both");
+                             }
+                             hasValue = true;
+                             if (name == "value") {
+                                 ParseElement<T>(field, elementType, std::nullopt, run.value, run.special);
+                             } else {
+                                 run.special = ParseSpecialKind(field);
+                             }
+                         });
+            if (!hasValue || !hasCount || run.count == 0) {
+                Fail("a run is {\"value\": v, \"count\": n} or {\"special\": kind, \"count\": n} with n > 0");
+            }
+            runs.push_back(std::move(run));
+        }
+        return runs;
+    }
+
+    // keyset<K,V>: {"keys": [...], "values": [...], "specials": [{"special": kind, "value": v}]}.
+    ValuePtr ParseKeySet(dom::object const& object, TypeNode const& type) {
+        StoreTypeInfo const& keyType = type.args[0].info;
+        StoreTypeInfo const& valueType = type.args[1].info;
+        return DispatchElement(keyType, [&]<class K>(StorageTag<K>) {
+            return DispatchElement(valueType, [&]<class V>(StorageTag<V>) {
+                return ParseTypedKeySet<K, V>(object, keyType, valueType, type.ChildOfArg(1));
+            });
+        });
+    }
+
+    template <class K, class V>
+    ValuePtr ParseTypedKeySet(dom::object const& object, StoreTypeInfo const& keyType,
+                              StoreTypeInfo const& valueType, StoreTypeInfo const& valueChild) {
+        Column<K> keys;
+        Column<V> values;
+        auto specialMap = std::make_unique<KeySetSpecialMap<V>>();
+        ForEachField(object, "keyset", {"keys", "values", "specials"},
+                     [&](std::string_view name, dom::element value) {
+                         if (name == "keys") {
+                             ParseColumn<K>(value, keyType, keys);
+                         } else if (name == "values") {
+                             ParseColumn<V>(value, valueType, values);
+                         } else {
+                             ParseKeySetSpecials<V>(value, valueType, *specialMap);
+                         }
+                     });
+        if (keys.size() != values.size()) {
+            Fail(std::to_string(keys.size()) + " keys for " + std::to_string(values.size()) +
+                 " values; a key set needs one value for each key");
+        }
+        auto map = MakeKeySetMap<K, V>(keyType);
+        for (std::size_t i = 0; i < keys.size(); ++i) {
+            if (keys.SpecialAt(i) != SpecialKind::None) {
+                PathScope const scope(*this, "keys");
+                Fail("a special key belongs in \"specials\"", i);
+            }
+            if (values.SpecialAt(i) != SpecialKind::None) {
+                PathScope const scope(*this, "values");
+                Fail("the values of a key set cannot be special", i);
+            }
+            if (!map->emplace((*keys.values)[i], (*values.values)[i]).second) {
+                PathScope const scope(*this, "keys");
+                Fail("duplicate key", i);
+            }
+        }
+        try {
+            return factory::MakeKeySet<K, V>(keyType, valueType, valueChild, std::move(map),
+                                             std::move(specialMap));
+        } catch (ZelRuntimeException const& e) {
+            Fail("bad key set: " + e.GetText().ToUtf8());
+        }
+    }
+
+    template <class V>
+    void ParseKeySetSpecials(dom::element value, StoreTypeInfo const& valueType,
+                             KeySetSpecialMap<V>& specialMap) {
+        Nest const nest(*this);
+        std::size_t index = 0;
+        for (dom::element const entry : Get<dom::array>(value.get_array(), "an array")) {
+            PathScope const scope(*this, index++);
+            Nest const entryNest(*this);
+            auto const object = Get<dom::object>(entry.get_object(), "{\"special\": kind, \"value\": v}");
+            std::optional<SpecialKind> kind;
+            std::optional<V> mapped;
+            ForEachField(object, "special key", {"special", "value"},
+                         [&](std::string_view name, dom::element field) {
+                             if (name == "special") {
+                                 kind = ParseSpecialKind(field);
+                                 return;
+                             }
+                             SpecialKind special = SpecialKind::None;
+                             mapped.emplace();
+                             ParseElement<V>(field, valueType, std::nullopt, *mapped, special);
+                             if (special != SpecialKind::None) {
+                                 Fail("the values of a key set cannot be special");
+                             }
+                         });
+            if (!kind || !mapped) {
+                Fail("a special key is {\"special\": kind, \"value\": v}");
+            }
+            if (!specialMap.emplace(*kind, std::move(*mapped)).second) {
+                Fail("duplicate special key " + SpecialKindText(*kind));
+            }
+        }
+    }
+
+    simdjson::padded_string m_text;
+    dom::parser m_parser;
+    std::vector<std::string> m_path;
+    unsigned m_depth = 0;
+};
+
+}  // namespace
+
+std::shared_ptr<StoreValue> ReadJsonRoot(std::string_view utf8) {
+    return JsonReader(utf8).Read(true);
+}
+
+std::shared_ptr<StoreValue> ReadJsonValue(std::string_view utf8) {
+    return JsonReader(utf8).Read(false);
+}
+
+}  // namespace zel::core::io_detail

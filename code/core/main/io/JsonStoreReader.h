@@ -1,0 +1,15 @@
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "zel/core/store/StoreValue.h"
+
+namespace zel::core::io_detail {
+
+// The root key map of a JSON store document.
+std::shared_ptr<StoreValue> ReadJsonRoot(std::string_view utf8);
+// One value of a JSON document, read as a key map entry is.
+std::shared_ptr<StoreValue> ReadJsonValue(std::string_view utf8);
+
+}  // namespace zel::core::io_detail

@@ -1,0 +1,82 @@
+#pragma once
+
+// What the JSON and binary store formats share: the failure they throw, the text form of types and
+// special kinds, and access to the layout of an array for the writers.
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "store/array/ArrayValue.h"
+#include "zel/core/store/StoreTypeDispatcher.h"
+#include "zel/core/store/StoreTypeInfo.h"
+#include "zel/core/store/StoreValue.h"
+
+namespace zel::core::io_detail {
+
+// Reports and throws a ZelRuntimeException (StoreFormatError) with `text` (UTF-8; bytes that are no
+// UTF-8 are shown as '?').
+[[noreturn, gnu::cold]] void ThrowFormatError(std::string const& text);
+
+// A parsed type text: "int32", "string(nocase)", "array<array<double>>", "keyset<string,int64>",
+// "none". Each node is a type and its arguments: the element type of an array or set (whose own
+// argument is the child type), the key and value types of a key set.
+struct TypeNode {
+    enum class Kind : unsigned char { Plain, KeySet, None };
+    Kind kind = Kind::Plain;
+    StoreTypeInfo info;
+    std::vector<TypeNode> args;
+
+    // The type of this node's first argument's argument, Empty when there is none: the child type
+    // of an element type.
+    StoreTypeInfo const& ChildOfArg(std::size_t index) const {
+        return args.size() > index && !args[index].args.empty() ? args[index].args[0].info
+                                                                : StoreTypeInfo::Empty;
+    }
+};
+
+// The type of a type text, or the reason why there is none in `error`.
+std::optional<TypeNode> ParseTypeText(std::string_view text, std::string& error);
+// "int32", "string(nocase)"; the collation is named only when it is not binary.
+std::string FormatType(StoreTypeInfo const& type);
+// The type with its child as argument when it has one: "array<double>" for an element type Array
+// whose elements are doubles.
+std::string FormatType(StoreTypeInfo const& type, StoreTypeInfo const& child);
+
+// The JSON form of a special kind: "null" and "error" as strings, any other kind as its number.
+std::string SpecialKindText(SpecialKind kind);
+
+// The array value behind an array or set of storage T, flattening a value of a kind the writers do
+// not know; null when the value is no array of T.
+template <class T>
+std::shared_ptr<detail::ArrayValue<T> const> ArrayOf(std::shared_ptr<StoreValue const> const& value) {
+    if (auto array = std::dynamic_pointer_cast<detail::ArrayValue<T> const>(value)) {
+        return array;
+    }
+    return std::dynamic_pointer_cast<detail::ArrayValue<T> const>(value->AsArray().Flatten());
+}
+
+// The element T with its special kind, as the readers collect a column.
+template <class T>
+struct Column {
+    std::unique_ptr<std::vector<T>> values = std::make_unique<std::vector<T>>();
+    std::unique_ptr<std::vector<SpecialKind>> specials;  // null until the first special
+
+    void Push(T value, SpecialKind special) {
+        if (special != SpecialKind::None && !specials) {
+            specials = std::make_unique<std::vector<SpecialKind>>(values->size(), SpecialKind::None);
+        }
+        values->push_back(std::move(value));
+        if (specials) {
+            specials->push_back(special);
+        }
+    }
+    std::size_t size() const { return values->size(); }
+    SpecialKind SpecialAt(std::size_t index) const {
+        return specials ? (*specials)[index] : SpecialKind::None;
+    }
+};
+
+}  // namespace zel::core::io_detail

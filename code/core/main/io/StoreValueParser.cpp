@@ -1,0 +1,46 @@
+#include "zel/core/io/StoreValueParser.h"
+
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <vector>
+
+#include "io/BinaryProtocol.h"
+#include "io/JsonStoreReader.h"
+#include "io/StoreFormatCommon.h"
+
+namespace zel::core::StoreValueParser {
+
+std::shared_ptr<IDataStore> MakeDataStore(TStringCore const& text) {
+    return MakeDataStore(std::string_view(text.ToUtf8()));
+}
+
+std::shared_ptr<IDataStore> MakeDataStore(std::string_view utf8) {
+    return factory::MakeDataStore(io_detail::ReadJsonRoot(utf8));
+}
+
+std::shared_ptr<IDataStore> MakeDataStore(BinaryProtocolReader& reader) {
+    return factory::MakeDataStore(io_detail::ReadBinaryRoot(reader));
+}
+
+std::shared_ptr<IDataStore> MakeDataStoreFromFile(std::filesystem::path const& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::vector<std::uint8_t> bytes;
+    if (file) {
+        bytes.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    }
+    if (!file && !file.eof()) {
+        io_detail::ThrowFormatError("cannot read the store file " + path.string());
+    }
+    if (bytes.size() >= 4 && std::memcmp(bytes.data(), io_detail::c_binaryMagic, 4) == 0) {
+        BinaryProtocolReader reader(std::move(bytes));
+        return MakeDataStore(reader);
+    }
+    return MakeDataStore(std::string_view(reinterpret_cast<char const*>(bytes.data()), bytes.size()));
+}
+
+std::shared_ptr<StoreValue> MakeValue(std::string_view utf8) {
+    return io_detail::ReadJsonValue(utf8);
+}
+
+}  // namespace zel::core::StoreValueParser

@@ -1,0 +1,37 @@
+#pragma once
+
+// Reading stores from their two formats (docs/store-formats.md): JSON text and the binary protocol.
+//
+// Bad input of any kind is a ZelRuntimeException (StoreFormatError) whose text says what is wrong
+// and where: for JSON the JSON pointer of the value, the element index and the line and column; for
+// the binary protocol the byte offset. Nesting is limited (c_maxJsonDepth, c_maxBinaryDepth), so no
+// input can exhaust the stack; every count in a binary stream is checked against the bytes left
+// before anything is allocated for it.
+
+#include <filesystem>
+#include <memory>
+#include <string_view>
+
+#include "vorsys/string/TStringCore.h"
+#include "zel/core/io/BinaryProtocolReader.h"
+#include "zel/core/store/DataStore.h"
+
+namespace zel::core::StoreValueParser {
+
+// Objects and arrays nested in a JSON document, and values nested in a binary stream.
+inline constexpr unsigned c_maxJsonDepth = 128;
+inline constexpr unsigned c_maxBinaryDepth = 64;
+
+// A store from a JSON document whose root is an object (the top-level entries).
+std::shared_ptr<IDataStore> MakeDataStore(TStringCore const& text);
+std::shared_ptr<IDataStore> MakeDataStore(std::string_view utf8);
+// A store from the rest of a binary stream, which must hold exactly one store.
+std::shared_ptr<IDataStore> MakeDataStore(BinaryProtocolReader& reader);
+// A store from a file: the binary protocol when the file starts with its magic bytes, else JSON.
+// A file that cannot be read is a StoreFormatError naming it.
+std::shared_ptr<IDataStore> MakeDataStoreFromFile(std::filesystem::path const& path);
+
+// One value from JSON, read as a key map entry is (for hosts and tests that handle single values).
+std::shared_ptr<StoreValue> MakeValue(std::string_view utf8);
+
+}  // namespace zel::core::StoreValueParser
