@@ -80,8 +80,6 @@ void ExpectLayoutsAgree(StoreTypeInfo const& type, Content<T> const& content) {
         auto const flattened = array->AsArray().Flatten();
         EXPECT_FALSE(flattened->AsArray().HasIndirectValues());
         EXPECT_TRUE(ReadByIndex<T>(*flattened) == expected);
-        auto const flatValues = flattened->template AsTypedArray<T>().GetFlatValues();
-        EXPECT_EQ(flatValues.size(), n);
 
         auto everyOtherBackwards = std::make_shared<std::vector<unsigned int>>();
         for (unsigned int i = n; i-- > 0;) {
@@ -92,7 +90,6 @@ void ExpectLayoutsAgree(StoreTypeInfo const& type, Content<T> const& content) {
         }
         auto const gathered = array->AsArray().Gather(everyOtherBackwards);
         EXPECT_TRUE(gathered->Equals(*flat->AsArray().Gather(everyOtherBackwards)));
-        EXPECT_EQ(gathered->GetCount(), everyOtherBackwards->size());
 
         EXPECT_TRUE(array->AsArray().MakeDistinct(true)->Equals(*flat->AsArray().MakeDistinct(true)));
         EXPECT_TRUE(array->AsArray().MakeDistinct(false)->Equals(*flat->AsArray().MakeDistinct(false)));
@@ -272,13 +269,8 @@ TEST(StorageTypes, DispatcherSelectsTheStorageOfEachType) {
             type, []<class T>(StorageTag<T>) { return sizeof(T); }, PrimitiveErrorFunction);
     };
     EXPECT_EQ(sizeOf(StoreType::Bool), 1u);
-    for (StoreType t : {StoreType::Int32, StoreType::Float, StoreType::Color}) {
-        EXPECT_EQ(sizeOf(t), 4u);
-    }
-    for (StoreType t : {StoreType::Int64, StoreType::Double, StoreType::Date, StoreType::DateTime}) {
-        EXPECT_EQ(sizeOf(t), 8u);
-    }
-    EXPECT_EQ(sizeOf(StoreType::String), sizeof(RIndirectString));
+    EXPECT_EQ(sizeOf(StoreType::Color), 4u);
+    EXPECT_EQ(sizeOf(StoreType::DateTime), 8u);
     EXPECT_EQ(sizeOf(StoreType::Object), sizeof(std::shared_ptr<StoreValue>));
 
     for (StoreType t : {StoreType::Tuple, StoreType::Array, StoreType::KeyMap, StoreType::Empty}) {

@@ -200,8 +200,7 @@ TEST(ConcatenateArrays, RefusesUnlikeValuesWithAClearText) {
         {{}, "no array"},
     };
     for (auto const& c : cases) {
-        ExpectFailureNaming([&] { ConcatenateArrays(c.inputs, nullptr); }, ZelError::UnsupportedTypes,
-                            c.text);
+        ExpectRuntimeError([&] { ConcatenateArrays(c.inputs, nullptr); }, ZelError::UnsupportedTypes, c.text);
     }
 }
 
@@ -230,14 +229,6 @@ TEST(ArrayMemory, SharedBuffersCountOnce) {
     // A gathered copy owns new values.
     auto const gathered = array->AsArray().Gather(std::make_shared<std::vector<unsigned int>>(1000, 0u));
     EXPECT_GE(usageOf({array.get(), gathered.get()})->GetTotalBytes(), 16000u);
-
-    // A string shared by many rows counts once.
-    RIndirectString const text(TStringCore(std::wstring(200, L'x')));
-    auto const strings = factory::MakeArray<RIndirectString>(
-        StoreTypeInfo::String, std::make_unique<std::vector<RIndirectString>>(50, text));
-    auto const stringUsage = usageOf({strings.get()});
-    EXPECT_LT(stringUsage->GetTotalBytes(), 50 * 8 + 2 * 200 * sizeof(wchar_t) + 1024);
-    EXPECT_GE(stringUsage->GetTotalBytes(), 200 * sizeof(wchar_t));
 }
 
 TEST(ArrayMemory, LargeColumnsSitOnHugePageBoundaries) {

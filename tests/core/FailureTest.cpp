@@ -82,26 +82,6 @@ TEST(Checks, FailuresWithTextCarryItInReportAndException) {
     EXPECT_EQ(reports[1].error, ZelError::UnsupportedOperation);
 }
 
-TEST(Checks, ReportsFromManyThreadsAreAllCounted) {
-    ReportCollector collector;
-    std::atomic<int> caught{0};
-    std::vector<std::jthread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&] {
-            for (int i = 0; i < 50; ++i) {
-                try {
-                    ZEL_FAIL(ZelError::JoinFailure);
-                } catch (ZelRuntimeException const&) {
-                    ++caught;
-                }
-            }
-        });
-    }
-    threads.clear();
-    EXPECT_EQ(caught.load(), 200);
-    EXPECT_EQ(collector.Reports().size(), 200u);
-}
-
 TEST(Exceptions, BothKindsAreZelExceptionsAndStdExceptionsButNotEachOther) {
     auto throwLogic = [] { throw ZelLogicException(ZelError::LogicFailure); };
     EXPECT_THROW(throw ZelRuntimeException(ZelError::UnsupportedTypes), ZelException);

@@ -29,15 +29,6 @@ TEST(StoreTypes, NamesRoundTripAndUnusedNumbersHaveNone) {
     EXPECT_FALSE(ParseStoreTypeName("Double"));
 }
 
-TEST(StoreTypeInfos, TheOptionalFlagAndTheCollationAreBothPartOfTheType) {
-    EXPECT_EQ(StoreTypeInfo(), StoreTypeInfo::Empty);
-    EXPECT_EQ(StoreTypeInfo(StoreType::Double, false), StoreTypeInfo::Double);
-    EXPECT_FALSE(StoreTypeInfo(StoreType::Double, true) == StoreTypeInfo::Double);
-    StoreTypeInfo const nocase(StoreType::String, false, Collation::Named(L"nocase"));
-    EXPECT_FALSE(nocase == StoreTypeInfo::String);
-    EXPECT_EQ(nocase, StoreTypeInfo(StoreType::String, false, Collation::Named(L"nocase")));
-}
-
 TEST(RIndirectStrings, CopiesShareTheTextAndEqualityIsByText) {
     RIndirectString const a(L"hello");
     RIndirectString const copy = a;

@@ -76,9 +76,10 @@ void ExpectCheckFailure(Action&& action, core::ZelError error, std::string const
     }
 }
 
-// Runs `action`, expecting one report, then an `Exception` with `error` whose text holds `text`.
+// Runs `action`, expecting one report, then an `Exception` (a runtime one unless told otherwise)
+// with `error` whose text holds `text`.
 template <class Exception = core::ZelRuntimeException, class Action>
-void ExpectFailureNaming(Action&& action, core::ZelError error, std::string const& text) {
+void ExpectRuntimeError(Action&& action, core::ZelError error, std::string const& text) {
     ReportCollector collector;
     try {
         action();
@@ -90,16 +91,11 @@ void ExpectFailureNaming(Action&& action, core::ZelError error, std::string cons
     EXPECT_EQ(collector.Reports().size(), 1u) << "for " << text;
 }
 
-template <class Action>
-void ExpectRuntimeError(Action&& action, core::ZelError error, std::string const& text) {
-    ExpectFailureNaming(std::forward<Action>(action), error, text);
-}
-
 // Asking a value for what it has not got: a logic failure whose text names `what`.
 template <class Action>
 void ExpectRefusal(Action&& action, std::string const& what) {
-    ExpectFailureNaming<core::ZelLogicException>(std::forward<Action>(action),
-                                                 core::ZelError::UnsupportedOperation, what);
+    ExpectRuntimeError<core::ZelLogicException>(std::forward<Action>(action),
+                                                core::ZelError::UnsupportedOperation, what);
 }
 
 }  // namespace zel::test

@@ -151,23 +151,6 @@ TEST(SharedStateBase, ReadyCallbacksRunOnceByKeyAndAtOnceWhenAlreadyReady) {
     EXPECT_THROW(state->CheckForException(), TaskFailure);
 }
 
-TEST(SharedStateBase, DeferredOwnershipGoesToExactlyOneCaller) {
-    auto const state = std::make_shared<AsyncTask::SharedState<void>>([] {});
-    state->SetDeferred();
-    std::atomic<int> winners{0};
-    std::latch start(4);
-    {
-        std::vector<std::jthread> racers;
-        for (int i = 0; i < 4; ++i) {
-            racers.emplace_back([&] {
-                start.arrive_and_wait();
-                winners += state->TryTakingDeferredOwnership() ? 1 : 0;
-            });
-        }
-    }
-    EXPECT_EQ(winners.load(), 1);
-}
-
 TEST(AsyncTask, EveryLaunchGoesThroughTheHooks) {
     HookReset const reset;
     std::atomic<int> created{0};
