@@ -148,10 +148,18 @@ private:
         return false;
     }
 
-    [[noreturn]] void Expected(std::wstring const& what) const { Expected(what, Current()); }
-    [[noreturn]] void Expected(std::wstring const& what, Token const& at) const {
-        vtl::FailAt(ZelError::VtlSyntaxError, m_source, at.where,
-                    L"expected " + what + L", found " + vtl::DescribeToken(at));
+    [[noreturn]] void Expected(std::wstring const& what) const {
+        vtl::FailAt(ZelError::VtlSyntaxError, m_source, Current().where,
+                    L"expected " + what + L", found " + vtl::DescribeToken(Current()));
+    }
+    // Where a key is wanted, a keyword in its place is most likely meant as a key.
+    [[noreturn]] void ExpectedKey(std::wstring const& what) const {
+        Token const& at = Current();
+        std::wstring message = L"expected " + what + L", found " + vtl::DescribeToken(at);
+        if (at.kind == TokenKind::Word && vtl::IsReservedWord(at.text)) {
+            message += L" (a keyword: write `" + at.text + L"` for a key of that name)";
+        }
+        vtl::FailAt(ZelError::VtlSyntaxError, m_source, at.where, message);
     }
     [[noreturn]] void SyntaxError(SourceLocation const& where, std::wstring const& message) const {
         vtl::FailAt(ZelError::VtlSyntaxError, m_source, where, message);
@@ -189,7 +197,7 @@ private:
         Next();
         do {
             if (!StartsPath(Current())) {
-                Expected(L"a key under ~init after input");
+                ExpectedKey(L"a key under ~init after input");
             }
             PathUse use = ParsePathUse();
             if (!IsUnderInit(use.path)) {
@@ -207,7 +215,7 @@ private:
         Next();
         do {
             if (!StartsPath(Current())) {
-                Expected(L"a key after output");
+                ExpectedKey(L"a key after output");
             }
             m_outputDeclarations.push_back(ParsePathUse());
         } while (AcceptPunct(L','));
@@ -239,9 +247,15 @@ private:
     void ParseEdge() {
         Next();
         m_explicitEdges = true;
+        // "edge none" states that the program has no edges at all.
+        if (Current().IsWord(L"none") && !Peek().IsWord(L"retained") && !Peek().IsWord(L"from") &&
+            !Peek().IsPunct(L'.') && !Peek().IsPunct(L':')) {
+            Next();
+            return;
+        }
         ParsedEdge edge;
         if (!StartsPath(Current())) {
-            Expected(L"the key of the edge after edge");
+            ExpectedKey(L"the key of the edge after edge");
         }
         edge.key = ParsePathUse();
         edge.retain = AcceptWord(L"retained");
@@ -288,11 +302,11 @@ private:
             Current().kind == TokenKind::Word && Peek().IsPunct(L'(') && !vtl::IsReservedWord(Current().text);
         if (!operatorFirst) {
             if (!StartsPath(Current())) {
-                Expected(L"a statement (outputs = Operator(...), Operator(...), when or else)");
+                ExpectedKey(L"a statement (outputs = Operator(...), Operator(...), when or else)");
             }
             do {
                 if (!StartsPath(Current())) {
-                    Expected(L"an output key after \",\"");
+                    ExpectedKey(L"an output key after \",\"");
                 }
                 statement.outputs.push_back(ParsePathUse());
             } while (AcceptPunct(L','));
@@ -312,7 +326,7 @@ private:
         if (!Current().IsPunct(L')')) {
             do {
                 if (!StartsPath(Current())) {
-                    Expected(L"an input key");
+                    ExpectedKey(L"an input key");
                 }
                 statement.inputs.push_back(ParsePathUse());
             } while (AcceptPunct(L','));
@@ -372,7 +386,7 @@ private:
                 } else if (StartsPath(Current())) {
                     argument.key = ParsePathUse();
                 } else {
-                    Expected(L"a key or a literal as a function argument");
+                    ExpectedKey(L"a key or a literal as a function argument");
                 }
                 function.arguments.push_back(std::move(argument));
             } while (AcceptPunct(L','));
@@ -395,38 +409,46 @@ private:
             Expected(L"a key (" + token.text + L" is a keyword: write `" + token.text +
                      L"` for a key of that name)");
         }
-        Expected(L"a key segment (a word or a `quoted` segment)");
+        ExpectedKey(L"a key segment (a word or a `quoted` segment)");
     }
 
+    // A key with its types: "a.b : T", or with a type on a prefix, "(a : table).b : T". The
+    // parentheses are read in a loop, not by recursion, so a path may type all of its prefixes.
     PathUse ParsePathUse() {
-        NestingGuard guard(m_depth, m_source, Current());
         PathUse use;
         use.where = Current().where;
-        if (AcceptPunct(L'(')) {
-            use.path = ParsePathUse().path;
-            ExpectPunct(L')', L"after a parenthesised key");
-        } else if (AcceptWord(L"_")) {
+        unsigned int open = 0;
+        while (AcceptPunct(L'(')) {
+            ++open;
+        }
+        if (open == 0 && AcceptWord(L"_")) {
             if (Current().IsPunct(L':')) {
                 SyntaxError(Current().where, L"the empty key _ has no type");
             }
             return use;
-        } else {
-            use.path = KeyPath(ParseSegment(true));
         }
-        while (AcceptPunct(L'.')) {
-            if (use.path.GetCount() >= vtl::c_maxPathSegments) {
-                SyntaxError(use.where, L"a key path holds at most " +
-                                           std::to_wstring(vtl::c_maxPathSegments) + L" segments");
+        use.path = KeyPath(ParseSegment(true));
+        for (;;) {
+            if (AcceptPunct(L'.')) {
+                if (use.path.GetCount() >= vtl::c_maxPathSegments) {
+                    SyntaxError(use.where, L"a key path holds at most " +
+                                               std::to_wstring(vtl::c_maxPathSegments) + L" segments");
+                }
+                use.path = use.path.Add(ParseSegment(false));
+                continue;
             }
-            use.path = use.path.Add(ParseSegment(false));
+            if (Current().IsPunct(L':')) {
+                Next();
+                SourceLocation const typeAt = Current().where;
+                KeySegmentType const type = ParseType(&use.path);
+                Declare(use.path, type, typeAt);
+            }
+            if (open == 0) {
+                return use;
+            }
+            ExpectPunct(L')', L"to close a parenthesised key");
+            --open;
         }
-        if (Current().IsPunct(L':')) {
-            Next();
-            SourceLocation const typeAt = Current().where;
-            KeySegmentType const type = ParseType(&use.path);
-            Declare(use.path, type, typeAt);
-        }
-        return use;
     }
 
     void Declare(KeyPath const& path, KeySegmentType const& type, SourceLocation const& where) {
@@ -492,10 +514,10 @@ private:
             ExpectPunct(L'>', L"to close the element type");
             return KeySegmentType(main, child);
         }
-        if ((type == StoreType::Table || type == StoreType::KeyMap) && Current().IsPunct(L'{')) {
-            if (owner == nullptr || owner->IsEmpty()) {
-                SyntaxError(Current().where, L"members can be declared for a key only");
-            }
+        // A literal's type takes no members, so that "value null : table { ... }" is a value
+        // followed by children.
+        if ((type == StoreType::Table || type == StoreType::KeyMap) && owner != nullptr &&
+            Current().IsPunct(L'{')) {
             Next();
             if (!Current().IsPunct(L'}')) {
                 do {
@@ -546,11 +568,12 @@ private:
         return type.GetMainType();
     }
 
-    TStringCore ParseParenthesisedString(std::wstring const& context) {
+    TStringCore ParseParenthesisedString(std::wstring const& context, SourceLocation& where) {
         ExpectPunct(L'(', L"after " + context);
         if (Current().kind != TokenKind::String) {
             Expected(L"a string in " + context + L"(...)");
         }
+        where = Current().where;
         TStringCore text(Current().text);
         Next();
         ExpectPunct(L')', L"after the string");
@@ -612,8 +635,8 @@ private:
             return factory::MakeSpecial(ParseLiteralType(L"special(...)"), static_cast<SpecialKind>(kind));
         }
         if (word == L"date" || word == L"datetime") {
-            SourceLocation const at = Current().where;
-            TStringCore const text = ParseParenthesisedString(word);
+            SourceLocation at;
+            TStringCore const text = ParseParenthesisedString(word, at);
             std::optional<ZelDateTime> const value = ZelDateTime::Parse(text.ToUtf8());
             if (!value) {
                 SyntaxError(at, L"expected an ISO date such as \"2024-01-31\" or \"2024-01-31T12:00:00\"");
@@ -635,8 +658,8 @@ private:
         }
         // double("nan"), float("-inf"): the values that have no number form.
         bool const isFloat = word == L"float";
-        SourceLocation const at = Current().where;
-        TStringCore const text = ParseParenthesisedString(word);
+        SourceLocation at;
+        TStringCore const text = ParseParenthesisedString(word, at);
         double value = 0;
         if (text == L"nan") {
             value = std::numeric_limits<double>::quiet_NaN();

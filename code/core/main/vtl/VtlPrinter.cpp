@@ -269,6 +269,9 @@ TStringCore ProgramToString(std::vector<TransformSpec> const& specs, std::vector
         out += L"output " + printer.Take() + L"\n";
     }
     if (edges != nullptr) {
+        if (edges->empty()) {
+            out += L"edge none\n";
+        }
         for (GraphEdge const& edge : *edges) {
             out += GraphEdgeToString(edge).view();
             out += L'\n';

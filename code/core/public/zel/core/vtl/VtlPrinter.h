@@ -22,8 +22,8 @@ TStringCore FunctionToString(FunctionSpec const& spec);
 TStringCore GraphEdgeToString(GraphEdge const& edge);
 
 // A whole program, one line each: the output declaration (keys in text order) when there are
-// output keys, an edge statement for each edge when `edges` is given (null: the parser infers
-// them), then the statements.
+// output keys, an edge statement for each edge when `edges` is given ("edge none" for an
+// empty list; null: the parser infers them), then the statements.
 TStringCore ProgramToString(std::vector<TransformSpec> const& specs, std::vector<GraphEdge> const* edges,
                             OutputKeySet const& outputKeys);
 
