@@ -316,9 +316,9 @@ private:
             for (std::uint32_t i = 0; i < count; ++i) {
                 std::uint32_t const begin = offset(i);
                 std::uint32_t const end = offset(i + 1);
-                if (end < begin) {
+                if (end < begin || end > bytes.size()) {
                     m.FailAt(offsetsAt + 4 * (i + 1),
-                             "string offsets go backwards at element " + std::to_string(i));
+                             "string offsets go backwards or past the bytes at element " + std::to_string(i));
                 }
                 try {
                     values->emplace_back(TStringCore::FromUtf8(

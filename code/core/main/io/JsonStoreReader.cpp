@@ -204,7 +204,7 @@ public:
         }
         ValuePtr result = ParseValue(document, Slot::Entry, nullptr);
         if (root && result->GetStoreType() != StoreType::KeyMap) {
-            Fail("the root of a store must be an object (a key map), not a " +
+            Fail("the root of a store must be an object (a key map), not a value of type " +
                  FormatType(result->GetTypeInfo()));
         }
         return result;

@@ -1,0 +1,169 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "core/io/StoreFormatTestSupport.h"
+#include "zel/core/store/IStoreArray.h"
+#include "zel/core/store/ITypedArray.h"
+#include "zel/core/store/KeyPath.h"
+#include "zel/core/store/StoreValueUtil.h"
+
+namespace zel::test {
+namespace {
+
+using namespace core;
+
+ValuePtr Read(std::string const& json) {
+    return StoreValueParser::MakeValue(json);
+}
+
+TEST(JsonStoreReader, PlainJsonInfersTheNarrowestType) {
+    struct Case {
+        char const* json;
+        StoreType type;
+        StoreType element;
+    };
+    for (Case const& c :
+         {Case{"true", StoreType::Bool, StoreType::Empty},
+          Case{"-2147483648", StoreType::Int32, StoreType::Empty},
+          Case{"2147483648", StoreType::Int64, StoreType::Empty},
+          Case{"1.0", StoreType::Double, StoreType::Empty}, Case{"1e2", StoreType::Double, StoreType::Empty},
+          Case{"\"2024-01-31\"", StoreType::String, StoreType::Empty},
+          Case{"{}", StoreType::KeyMap, StoreType::Empty},
+          Case{"[true, null]", StoreType::Array, StoreType::Bool},
+          Case{"[1, null, 2]", StoreType::Array, StoreType::Int32},
+          Case{"[1, 5000000000]", StoreType::Array, StoreType::Int64},
+          Case{"[1, 2.5, 5000000000]", StoreType::Array, StoreType::Double},
+          Case{"[{\"$special\": 9}, \"x\"]", StoreType::Array, StoreType::String}}) {
+        ValuePtr const value = Read(c.json);
+        EXPECT_EQ(value->GetStoreType(), c.type) << c.json;
+        if (c.element != StoreType::Empty) {
+            EXPECT_EQ(value->GetValueTypeInfo().GetStoreType(), c.element) << c.json;
+        }
+    }
+    ValuePtr const mixed = Read("[1, null, 2.5, {\"$special\": \"error\"}]");
+    EXPECT_TRUE(
+        mixed->Equals(*Read(R"({"$type": "array<double>", "values": [1.0, null, 2.5, {"$special": 2}]})")));
+    EXPECT_EQ(mixed->AsTypedArray<unsigned long long>().GetSpecial(1), SpecialKind::Null);
+}
+
+TEST(JsonStoreReader, TypedFormsGiveEveryLayoutAndSpecial) {
+    ValuePtr const runs =
+        Read(R"({"indices": [4, 0], "$type": "array<int32>", "runs": [{"value": 1, "count": 3},
+        {"special": "null", "count": 2}]})");
+    EXPECT_TRUE(runs->Equals(*Read(R"({"$type": "array<int32>", "values": [null, 1]})")));
+    EXPECT_EQ(runs->AsCollection().GetLayout(), ArrayLayout::RunLength);
+    ValuePtr const constant = Read(R"({"$type": "array<string(nocase)>", "constant": "A", "count": 2})");
+    EXPECT_TRUE(constant->Equals(*Read(R"({"$type": "array<string(nocase)>", "values": ["a", "a"]})")));
+    EXPECT_EQ(Read(R"({"$type": "keyset<int32,string>", "keys": [2, 1], "values": ["b", "a"],
+        "specials": [{"special": "error", "value": "e"}]})")
+                  ->AsKeySet()
+                  .GetSpecialKeyCount(),
+              1u);
+    EXPECT_EQ(Read(R"({"$type": "date", "value": "2024-01-31"})")->GetStoreType(), StoreType::Date);
+    EXPECT_EQ(FetchStoreValue<ZelColor>(Read(R"({"$type": "color", "value": "#ff000080"})")).GetValue(),
+              0xFF000080u);
+    EXPECT_EQ(Read(R"({"$type": "table", "columns": {"a": [1, 2], "b": ["x", "y"]}})")->GetCount(), 2u);
+    EXPECT_EQ(Read(R"({"$type": "set<int32>", "special": "null"})")->GetSpecialKind(), SpecialKind::Null);
+    // A root whose members could read as a typed value takes the keymap form.
+    auto const store = StoreValueParser::MakeDataStore(
+        std::string_view(R"({"$type": "keymap", "entries": {"$type": 1, "b": {"c": [1]}}})"));
+    EXPECT_EQ(FetchStoreValue<int>(store->GetValue(KeyPath(L"$type"))), 1);
+    EXPECT_EQ(store->GetValue(KeyPath::FromTexts({L"b", L"c"}))->GetCount(), 1u);
+    EXPECT_EQ(StoreValueParser::MakeDataStore(L"{\"w\": \"\u00e9\"}")->GetRoot()->GetEntryCount(), 1u);
+}
+
+// Every class of bad input, with what is wrong and where: the JSON pointer, the element index and
+// the line and column.
+TEST(JsonStoreReader, BadInputNamesWhatAndWhere) {
+    struct Case {
+        char const* json;
+        std::vector<std::string> parts;
+    };
+    std::vector<Case> const cases = {
+        {"", {"an empty document"}},
+        {"{\"a\": [1, 2,]}", {"malformed JSON", "line 1, column 13"}},
+        {"{\"a\": 1} x", {"malformed JSON", "line 1, column 10"}},
+        {"{\"a\":\n  \"\xff\"}", {"not UTF-8", "line 2, column 4"}},
+        {"[1]", {"root of a store must be an object", "type array"}},
+        {"{\"a\": null}", {"null has no type", "at /a (line 1, column 7)"}},
+        {"{\"a\": [null, null]}", {"nothing but specials has no type", "/a"}},
+        {"{\"a\": []}", {"an empty array has no type", "/a"}},
+        {"{\"a\": [1, \"x\"]}", {"a string after a number", "/a/1 (element 1, line 1, column 11)"}},
+        {"{\"a\": [true, 1]}", {"a number after a bool", "element 1"}},
+        {"{\"a\": [[1]]}", {"nested array needs a typed form", "/a/0"}},
+        {"{\"a\": [{\"b\": 1}]}", {"not a field \"b\"", "/a/0/b"}},
+        {"{\"a\": 99999999999999999999}", {"malformed JSON"}},
+        {"{\"a\": 10000000000000000000}", {"out of range for int64", "/a"}},
+        {"{\"a\": {\"$type\": \"array<int32>\", \"values\": [1, 2147483648]}}",
+         {"out of range for int32", "/a/values/1 (element 1, line 1, column 47)"}},
+        {"{\"a\": {\"$type\": \"array<int64>\", \"values\": [1.5]}}", {"expected an int64", "element 0"}},
+        {"{\"a\": {\"$type\": \"array<float>\", \"values\": [1e39]}}",
+         {"out of range for float", "element 0"}},
+        {"{\"a\": {\"$type\": \"array<double>\", \"values\": [9007199254740993]}}",
+         {"not exact as a double"}},
+        {"{\"a\": {\"$type\": \"array<double>\", \"values\": [\"0x7ff0000000000000\"]}}", {"is no double"}},
+        {"{\"a\": {\"$type\": \"array<date>\", \"values\": [\"2024-02-30\"]}}",
+         {"is no date", "/a/values/0"}},
+        {"{\"a\": {\"$type\": \"color\", \"value\": \"#12345\"}}", {"is no colour", "/a/value"}},
+        {"{\"a\": {\"$type\": \"int32\", \"value\": null}}", {"a special scalar is written", "/a/value"}},
+        {"{\"a\": {\"$type\": \"int32\"}}", {"needs \"value\" or \"special\"", "/a"}},
+        {"{\"a\": {\"$type\": \"int32\", \"special\": 0}}", {"a special kind is", "/a/special"}},
+        {"{\"a\": {\"$type\": \"vector<int32>\"}}", {"unknown type \"vector\"", "/a/$type"}},
+        {"{\"a\": {\"$type\": \"string(klingon)\"}}", {"unknown collation \"klingon\""}},
+        {"{\"a\": {\"$type\": \"array\", \"values\": []}}", {"needs 1 type arguments"}},
+        {"{\"a\": {\"$type\": \"int32<int32>\", \"value\": 1}}", {"takes 0 type arguments"}},
+        {"{\"a\": {\"$type\": \"array<int32>\", \"value\": [1]}}",
+         {"unknown field \"value\"", "\"values\", \"indices\""}},
+        {"{\"a\": {\"$type\": \"array<int32>\", \"values\": [1], \"values\": [2]}}",
+         {"duplicate field \"values\""}},
+        {"{\"a\": {\"$type\": \"array<int32>\", \"values\": [1], \"runs\": []}}", {"exactly one of"}},
+        {"{\"a\": {\"$type\": \"array<int32>\", \"constant\": 1}}", {"\"count\" goes with \"constant\""}},
+        {"{\"a\": {\"$type\": \"array<int32>\", \"values\": [1], \"indices\": [0, 1]}}",
+         {"index 1 is past the 1 values", "/a/indices/1 (element 1"}},
+        {"{\"a\": {\"$type\": \"array<int32>\", \"runs\": [{\"value\": 1, \"count\": 0}]}}",
+         {"with n > 0", "/a/runs/0"}},
+        {"{\"a\": {\"$type\": \"array<int32>\", \"runs\": [{\"value\": 1, \"count\": 4294967295}, "
+         "{\"value\": 1, \"count\": 1}]}}",
+         {"more than 4294967295"}},
+        {"{\"a\": {\"$type\": \"set<int32>\", \"values\": [1, 1]}}",
+         {"must be distinct", "2 values make 1 members"}},
+        {"{\"a\": {\"$type\": \"array<tuple>\", \"values\": [1]}}",
+         {"expected a tuple, not a int32", "/a/values/0"}},
+        {"{\"a\": {\"$type\": \"table\", \"columns\": {\"x\": [1], \"y\": [1, 2]}}}", {"bad table", "/a"}},
+        {"{\"a\": {\"$type\": \"keyset<int32,int32>\", \"keys\": [1, 1], \"values\": [1, 2]}}",
+         {"duplicate key", "/a/keys/1"}},
+        {"{\"a\": {\"$type\": \"keyset<string(nocase),int32>\", \"keys\": [\"a\", \"A\"], \"values\": [1, "
+         "2]}}",
+         {"duplicate key", "/a/keys/1"}},
+        {"{\"a\": {\"$type\": \"keyset<int32,int32>\", \"keys\": [null], \"values\": [1]}}",
+         {"belongs in \"specials\""}},
+        {"{\"a\": {\"$type\": \"keyset<int32,int32>\", \"keys\": [1], \"values\": []}}",
+         {"1 keys for 0 values"}},
+        {"{\"a\": {\"$type\": \"none\"}}", {"\"none\" (no value) stands only"}},
+        {"{\"a\": 1, \"a\": 2}", {"duplicate key \"a\""}},
+        {"{\"a\\u0024\": {\"\\u0024type\": 1}}", {"expected a type name", "/a$/$type"}},
+    };
+    for (Case const& c : cases) {
+        SCOPED_TRACE(c.json);
+        ExpectFormatError([&] { StoreValueParser::MakeDataStore(std::string_view(c.json)); }, c.parts);
+    }
+}
+
+TEST(JsonStoreReader, NestingIsLimitedWhateverTheInput) {
+    std::string const deepObjects = [] {
+        std::string text;
+        for (unsigned i = 0; i <= StoreValueParser::c_maxJsonDepth; ++i) {
+            text += "{\"a\":";
+        }
+        return text + "1" + std::string(StoreValueParser::c_maxJsonDepth + 1, '}');
+    }();
+    ExpectFormatError([&] { StoreValueParser::MakeDataStore(std::string_view(deepObjects)); },
+                      {"nesting deeper than 128 levels", "/a/a/a"});
+    std::string const veryDeep(100000, '[');
+    ExpectFormatError([&] { StoreValueParser::MakeDataStore(std::string_view(veryDeep)); },
+                      {"malformed JSON"});
+}
+
+}  // namespace
+}  // namespace zel::test
