@@ -414,7 +414,7 @@ void ArrayValue<T>::CollectMemoryUsage(MemoryUsageBuilder& builder) const {
         return part.IsPresent() && part.View().data() != nullptr &&
                builder.AddBlock(part.View().data(), part.GetByteCount());
     };
-    auto addElement = [&builder](T const& value) {
+    auto addElement = [&](T const& value) {
         if constexpr (std::is_same_v<T, RIndirectString>) {
             builder.AddString(value);
         } else if constexpr (std::is_same_v<T, std::shared_ptr<StoreValue>>) {
