@@ -778,7 +778,7 @@ std::shared_ptr<StoreValue> MakeArray(StoreTypeInfo const& elementType, StoreTyp
     char const* const name = "MakeArray";
     CheckElementType<T>(name, elementType);
     if (!values) {
-        ThrowFactoryFailure(ZelError::UnsupportedOperation, L"MakeArray: no values given");
+        ThrowFactoryFailure(ZelError::InvalidArgument, L"MakeArray: no values given");
     }
     CheckCount(name, values->size(), "values");
     if (specials && specials->size() != values->size()) {
@@ -841,7 +841,7 @@ std::shared_ptr<StoreValue> MakeConstantArray(StoreTypeInfo const& elementType, 
     detail::CheckElementType<T>("MakeConstantArray", elementType);
     if (kind == SpecialKind::None) {
         detail::ThrowFactoryFailure(
-            ZelError::UnsupportedOperation,
+            ZelError::InvalidArgument,
             L"MakeConstantArray: a special constant needs a special kind other than 0");
     }
     return detail::ArrayValue<T>::MakeConstant(elementType, StoreTypeInfo::Empty, SpecialFill<T>(), kind,
@@ -857,7 +857,7 @@ std::shared_ptr<StoreValue> MakeRunLengthArray(StoreTypeInfo const& elementType,
     char const* const name = "MakeRunLengthArray";
     CheckElementType<T>(name, elementType);
     if (!runs) {
-        ThrowFactoryFailure(ZelError::UnsupportedOperation, L"MakeRunLengthArray: no runs given");
+        ThrowFactoryFailure(ZelError::InvalidArgument, L"MakeRunLengthArray: no runs given");
     }
     std::erase_if(*runs, [](RunLengthEntry<T> const& run) { return run.count == 0; });
     std::uint64_t total = 0;
