@@ -140,8 +140,7 @@ private:
         std::size_t const at = m.GetOffset();
         auto const bytes = m.ReadBytes(length, what);
         try {
-            return TStringCore::FromUtf8(
-                std::string_view(reinterpret_cast<char const*>(bytes.data()), bytes.size()));
+            return TextOfUtf8(std::string_view(reinterpret_cast<char const*>(bytes.data()), bytes.size()));
         } catch (TStringEncodingException const& e) {
             m.FailAt(at + e.GetOffset(), std::string(what) + " is not UTF-8");
         }
@@ -321,7 +320,7 @@ private:
                              "string offsets go backwards or past the bytes at element " + std::to_string(i));
                 }
                 try {
-                    values->emplace_back(TStringCore::FromUtf8(
+                    values->emplace_back(TextOfUtf8(
                         std::string_view(reinterpret_cast<char const*>(bytes.data()) + begin, end - begin)));
                 } catch (TStringEncodingException const& e) {
                     m.FailAt(bytesAt + begin + e.GetOffset(),

@@ -295,7 +295,7 @@ private:
 
     TStringCore Text(std::string_view utf8, std::optional<std::size_t> element = {}) {
         try {
-            return TStringCore::FromUtf8(utf8);
+            return TextOfUtf8(utf8);
         } catch (TStringEncodingException const&) {
             Fail("text that is not UTF-8", element);
         }

@@ -20,6 +20,17 @@ void ThrowFormatError(std::string const& text) {
     ZEL_FAIL_WITH_TEXT(ZelError::StoreFormatError, message);
 }
 
+TStringCore TextOfUtf8(std::string_view utf8) {
+    unsigned char high = 0;
+    for (char const c : utf8) {
+        high |= static_cast<unsigned char>(c);
+    }
+    if (high < 0x80) {
+        return TStringCore(std::wstring(utf8.begin(), utf8.end()));
+    }
+    return TStringCore::FromUtf8(utf8);
+}
+
 namespace {
 
 class TypeTextParser {
@@ -29,7 +40,9 @@ public:
     std::optional<TypeNode> ParseWhole() {
         std::optional<TypeNode> node = Parse(0);
         if (node && m_pos != m_text.size()) {
-            return Error("unexpected '" + std::string(1, m_text[m_pos]) + "'");
+            std::string what = "unexpected '";
+            what.append(1, m_text[m_pos]).append("'");
+            return Error(what);
         }
         return node;
     }
@@ -113,7 +126,7 @@ std::optional<TypeNode> ParseTypeText(std::string_view text, std::string& error)
 std::string FormatType(StoreTypeInfo const& type) {
     std::string text(StoreTypeName(type.GetStoreType()));
     if (type.GetStoreType() == StoreType::String && !type.GetCollation().IsBinary()) {
-        text += "(" + type.GetCollation().GetName().ToUtf8() + ")";
+        text.append("(").append(type.GetCollation().GetName().ToUtf8()).append(")");
     }
     return text;
 }
@@ -121,7 +134,7 @@ std::string FormatType(StoreTypeInfo const& type) {
 std::string FormatType(StoreTypeInfo const& type, StoreTypeInfo const& child) {
     std::string text = FormatType(type);
     if (!child.IsEmpty()) {
-        text += "<" + FormatType(child) + ">";
+        text.append("<").append(FormatType(child)).append(">");
     }
     return text;
 }

@@ -20,6 +20,10 @@ namespace zel::core::io_detail {
 // UTF-8 are shown as '?').
 [[noreturn, gnu::cold]] void ThrowFormatError(std::string const& text);
 
+// The text of UTF-8 bytes; TStringEncodingException with the offset when they are no UTF-8. ASCII,
+// the common case of store strings, is widened without decoding.
+TStringCore TextOfUtf8(std::string_view utf8);
+
 // A parsed type text: "int32", "string(nocase)", "array<array<double>>", "keyset<string,int64>",
 // "none". Each node is a type and its arguments: the element type of an array or set (whose own
 // argument is the child type), the key and value types of a key set.
