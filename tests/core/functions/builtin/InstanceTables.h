@@ -63,21 +63,21 @@ constexpr std::string_view ValueClassName(ValueClass c) {
 
 namespace detail {
 using core::StoreType;
-using V = ValueClass;
+using VC = ValueClass;
 inline constexpr StoreType B = StoreType::Bool;
 inline constexpr StoreType I = StoreType::Int32;
 inline constexpr StoreType L = StoreType::Int64;
 inline constexpr StoreType F = StoreType::Float;
 inline constexpr StoreType D = StoreType::Double;
-inline constexpr StoreType S = StoreType::String;
+inline constexpr StoreType Str = StoreType::String;
 inline constexpr StoreType T = StoreType::DateTime;
 inline constexpr StoreType C = StoreType::Color;
 inline constexpr StoreType U = StoreType::Tuple;
 inline constexpr StoreType K = StoreType::KeyMap;
 
 inline void Add(std::vector<InstanceRow>& rows, std::string_view op, Registry registry, StoreType in,
-                std::initializer_list<V> outs) {
-    for (V out : outs) {
+                std::initializer_list<VC> outs) {
+    for (VC out : outs) {
         rows.push_back({op, registry, {in}, out});
     }
 }
@@ -87,17 +87,19 @@ inline void Add(std::vector<InstanceRow>& rows, std::string_view op, Registry re
 inline std::vector<InstanceRow> MapInstances() {
     using namespace detail;
     std::vector<InstanceRow> rows;
-    auto const add = [&](StoreType in, std::initializer_list<V> outs) { Add(rows, "Map", Registry::Unary, in, outs); };
-    add(B, {V::Bool, V::Int64, V::Double});
-    add(I, {V::Bool, V::Int32, V::Int64, V::Float, V::Double, V::String});
-    add(L, {V::Bool, V::Int32, V::Int64, V::Float, V::Double, V::Color});
-    add(F, {V::Bool, V::Int32, V::Int64, V::Float, V::Double});
-    add(D, {V::Bool, V::Int32, V::Int64, V::Float, V::Double, V::DateTime, V::Color});
-    add(S, {V::Bool, V::Int32, V::Int64, V::Double, V::String});
-    add(T, {V::Bool, V::Int32, V::Int64, V::Double, V::DateTime});
-    add(C, {V::Color});
-    add(U, {V::Int64, V::Float, V::Double, V::Value});
-    add(K, {V::String});
+    auto const add = [&](StoreType in, std::initializer_list<VC> outs) {
+        Add(rows, "Map", Registry::Unary, in, outs);
+    };
+    add(B, {VC::Bool, VC::Int64, VC::Double});
+    add(I, {VC::Bool, VC::Int32, VC::Int64, VC::Float, VC::Double, VC::String});
+    add(L, {VC::Bool, VC::Int32, VC::Int64, VC::Float, VC::Double, VC::Color});
+    add(F, {VC::Bool, VC::Int32, VC::Int64, VC::Float, VC::Double});
+    add(D, {VC::Bool, VC::Int32, VC::Int64, VC::Float, VC::Double, VC::DateTime, VC::Color});
+    add(Str, {VC::Bool, VC::Int32, VC::Int64, VC::Double, VC::String});
+    add(T, {VC::Bool, VC::Int32, VC::Int64, VC::Double, VC::DateTime});
+    add(C, {VC::Color});
+    add(U, {VC::Int64, VC::Float, VC::Double, VC::Value});
+    add(K, {VC::String});
     return rows;
 }
 
@@ -105,8 +107,8 @@ inline std::vector<InstanceRow> MapInstances() {
 inline std::vector<InstanceRow> FilterInstances() {
     using namespace detail;
     std::vector<InstanceRow> rows;
-    for (StoreType in : {B, I, L, F, D, S, T, U}) {
-        Add(rows, "Filter", Registry::Unary, in, {V::Bool});
+    for (StoreType in : {B, I, L, F, D, Str, T, U}) {
+        Add(rows, "Filter", Registry::Unary, in, {VC::Bool});
     }
     return rows;
 }
@@ -120,13 +122,20 @@ inline std::vector<InstanceRow> AggregateInstances() {
         rows.push_back({"Aggregate", Registry::Binary, {accumulator, element}, ValueClassOf(accumulator)});
     };
     add(B, B);
-    for (StoreType acc : {I, B}) add(I, acc);
-    for (StoreType acc : {L, I, B}) add(L, acc);
-    for (StoreType acc : {F, I, B}) add(F, acc);
-    for (StoreType acc : {D, I, B}) add(D, acc);
-    for (StoreType acc : {S, I, B}) add(S, acc);
-    for (StoreType acc : {T, B}) add(T, acc);
-    for (StoreType acc : {D, I, B}) add(U, acc);
+    for (StoreType acc : {I, B})
+        add(I, acc);
+    for (StoreType acc : {L, I, B})
+        add(L, acc);
+    for (StoreType acc : {F, I, B})
+        add(F, acc);
+    for (StoreType acc : {D, I, B})
+        add(D, acc);
+    for (StoreType acc : {Str, I, B})
+        add(Str, acc);
+    for (StoreType acc : {T, B})
+        add(T, acc);
+    for (StoreType acc : {D, I, B})
+        add(U, acc);
     return rows;
 }
 
@@ -134,33 +143,35 @@ inline std::vector<InstanceRow> AggregateInstances() {
 inline std::vector<InstanceRow> ZipWithInstances() {
     using namespace detail;
     std::vector<InstanceRow> rows;
-    auto const add = [&](StoreType a, StoreType b, V out) { rows.push_back({"ZipWith", Registry::Binary, {a, b}, out}); };
-    add(B, B, V::Bool);
-    add(I, I, V::Int32);
-    add(L, L, V::Int64);
-    add(F, F, V::Float);
-    add(D, D, V::Double);
-    add(S, B, V::Color);
-    add(D, B, V::Double);
-    add(C, B, V::Color);
-    add(I, B, V::Int32);
-    add(B, I, V::Int32);
-    add(U, B, V::Int32);
-    add(B, U, V::Int32);
-    add(F, I, V::Float);
-    add(S, I, V::Float);
-    add(I, F, V::Float);
-    add(D, I, V::Double);
-    add(I, I, V::Int64);
-    add(U, I, V::Double);
-    add(F, I, V::Double);
-    add(U, B, V::Value);
-    add(D, U, V::Double);
-    add(D, D, V::Bool);
-    add(T, I, V::Int32);
-    add(B, U, V::DateTime);
-    add(T, T, V::Int64);
-    add(B, U, V::Float);
+    auto const add = [&](StoreType a, StoreType b, VC out) {
+        rows.push_back({"ZipWith", Registry::Binary, {a, b}, out});
+    };
+    add(B, B, VC::Bool);
+    add(I, I, VC::Int32);
+    add(L, L, VC::Int64);
+    add(F, F, VC::Float);
+    add(D, D, VC::Double);
+    add(Str, B, VC::Color);
+    add(D, B, VC::Double);
+    add(C, B, VC::Color);
+    add(I, B, VC::Int32);
+    add(B, I, VC::Int32);
+    add(U, B, VC::Int32);
+    add(B, U, VC::Int32);
+    add(F, I, VC::Float);
+    add(Str, I, VC::Float);
+    add(I, F, VC::Float);
+    add(D, I, VC::Double);
+    add(I, I, VC::Int64);
+    add(U, I, VC::Double);
+    add(F, I, VC::Double);
+    add(U, B, VC::Value);
+    add(D, U, VC::Double);
+    add(D, D, VC::Bool);
+    add(T, I, VC::Int32);
+    add(B, U, VC::DateTime);
+    add(T, T, VC::Int64);
+    add(B, U, VC::Float);
     return rows;
 }
 
@@ -168,21 +179,21 @@ inline std::vector<InstanceRow> ZipWithInstances() {
 inline std::vector<InstanceRow> SetValueInstances() {
     using namespace detail;
     std::vector<InstanceRow> rows;
-    auto const add = [&](StoreType a, V out) { rows.push_back({"SetValue", Registry::Unary, {a}, out}); };
-    add(B, V::Bool);
-    add(I, V::Int32);
-    add(L, V::Int64);
-    add(F, V::Float);
-    add(D, V::Double);
-    add(L, V::Double);
-    add(T, V::Double);
-    add(I, V::Double);
-    add(D, V::Int32);
-    add(D, V::Int64);
-    add(T, V::DateTime);
-    add(D, V::Float);
-    add(I, V::Int64);
-    add(T, V::Int32);
+    auto const add = [&](StoreType a, VC out) { rows.push_back({"SetValue", Registry::Unary, {a}, out}); };
+    add(B, VC::Bool);
+    add(I, VC::Int32);
+    add(L, VC::Int64);
+    add(F, VC::Float);
+    add(D, VC::Double);
+    add(L, VC::Double);
+    add(T, VC::Double);
+    add(I, VC::Double);
+    add(D, VC::Int32);
+    add(D, VC::Int64);
+    add(T, VC::DateTime);
+    add(D, VC::Float);
+    add(I, VC::Int64);
+    add(T, VC::Int32);
     return rows;
 }
 
@@ -191,7 +202,7 @@ inline std::vector<InstanceRow> SetValueInstances() {
 inline std::vector<InstanceRow> SetValueMultiInstances() {
     using namespace detail;
     std::vector<InstanceRow> rows;
-    for (V out : {V::Bool, V::Int32, V::Int64, V::Float, V::Double, V::DateTime, V::Value}) {
+    for (VC out : {VC::Bool, VC::Int32, VC::Int64, VC::Float, VC::Double, VC::DateTime, VC::Value}) {
         rows.push_back({"SetValueMulti", Registry::Multinary, {}, out});
     }
     return rows;

@@ -1,0 +1,240 @@
+#include "functions/builtin/BuiltinSupport.h"
+
+#include <unicode/locid.h>
+#include <unicode/uchar.h>
+#include <unicode/unistr.h>
+
+#include <charconv>
+#include <cwctype>
+#include <string>
+
+#include "zel/core/store/IStoreTuple.h"
+#include "zel/core/utility/ZelCheck.h"
+
+namespace zel::core::builtin {
+
+bool IsTruthy(std::shared_ptr<StoreValue> const& value) noexcept {
+    if (!value || value->IsSpecial() || value->GetStoreType() != StoreType::Tuple) {
+        return false;
+    }
+    return !value->AsTuple().GetElements().empty();
+}
+
+void ThrowNotKeySet(char const* function, StorageType key, StorageType value) {
+    ZEL_FAIL_WITH_TEXT(ZelError::InvalidArgument,
+                       TStringCore::FromUtf8(std::string(function) + ": the argument is no key set of " +
+                                             std::string(StorageTypeName(key)) + " keys and " +
+                                             std::string(StorageTypeName(value)) + " values"));
+}
+
+// ---- text -------------------------------------------------------------------------------------------
+
+namespace {
+
+icu::UnicodeString ToIcu(std::wstring_view text) {
+    static_assert(sizeof(wchar_t) == sizeof(UChar32), "wide text is UTF-32");
+    return icu::UnicodeString::fromUTF32(reinterpret_cast<UChar32 const*>(text.data()),
+                                         static_cast<int32_t>(text.size()));
+}
+
+RIndirectString FromIcu(icu::UnicodeString const& text) {
+    std::wstring wide(static_cast<std::size_t>(text.countChar32()), L'\0');
+    UErrorCode status = U_ZERO_ERROR;
+    int32_t const length =
+        text.toUTF32(reinterpret_cast<UChar32*>(wide.data()), static_cast<int32_t>(wide.size()), status);
+    wide.resize(static_cast<std::size_t>(length));
+    return RIndirectString(TStringCore(std::move(wide)));
+}
+
+std::wstring_view TrimView(std::wstring_view text) noexcept {
+    auto const isSpace = [](wchar_t c) { return u_isUWhiteSpace(static_cast<UChar32>(c)) != 0; };
+    while (!text.empty() && isSpace(text.front())) {
+        text.remove_prefix(1);
+    }
+    while (!text.empty() && isSpace(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
+// The text as ASCII bytes, or nullopt when a character is not ASCII.
+std::optional<std::string> AsciiOf(std::wstring_view text) {
+    std::string bytes;
+    bytes.reserve(text.size());
+    for (wchar_t c : text) {
+        if (c < 0 || c > 0x7F) {
+            return std::nullopt;
+        }
+        bytes.push_back(static_cast<char>(c));
+    }
+    return bytes;
+}
+
+RIndirectString FromAscii(std::string_view text) {
+    return RIndirectString(TStringCore(std::wstring(text.begin(), text.end())));
+}
+
+template <class T>
+RIndirectString FormatShortest(T value) {
+    char buffer[64];
+    auto const result = std::to_chars(buffer, buffer + sizeof(buffer), value);
+    return FromAscii(std::string_view(buffer, static_cast<std::size_t>(result.ptr - buffer)));
+}
+
+}  // namespace
+
+RIndirectString ToUpper(RIndirectString const& text) {
+    icu::UnicodeString unicode = ToIcu(text.View());
+    unicode.toUpper(icu::Locale::getRoot());
+    return FromIcu(unicode);
+}
+
+RIndirectString ToLower(RIndirectString const& text) {
+    icu::UnicodeString unicode = ToIcu(text.View());
+    unicode.toLower(icu::Locale::getRoot());
+    return FromIcu(unicode);
+}
+
+RIndirectString Trim(RIndirectString const& text) {
+    std::wstring_view const trimmed = TrimView(text.View());
+    if (trimmed.size() == text.View().size()) {
+        return text;
+    }
+    return RIndirectString(TStringCore(trimmed));
+}
+
+std::optional<long long> ParseInteger(std::wstring_view text) noexcept {
+    auto const ascii = AsciiOf(TrimView(text));
+    if (!ascii || ascii->empty()) {
+        return std::nullopt;
+    }
+    char const* begin = ascii->data();
+    char const* const end = begin + ascii->size();
+    if (*begin == '+') {
+        ++begin;
+    }
+    long long value = 0;
+    auto const result = std::from_chars(begin, end, value);
+    if (result.ec != std::errc() || result.ptr != end) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+std::optional<double> ParseDouble(std::wstring_view text) noexcept {
+    auto const ascii = AsciiOf(TrimView(text));
+    if (!ascii || ascii->empty()) {
+        return std::nullopt;
+    }
+    char const* begin = ascii->data();
+    char const* const end = begin + ascii->size();
+    if (*begin == '+') {
+        ++begin;
+    }
+    double value = 0;
+    auto const result = std::from_chars(begin, end, value);
+    if (result.ec != std::errc() || result.ptr != end) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+std::optional<bool> ParseBool(std::wstring_view text) noexcept {
+    auto const ascii = AsciiOf(TrimView(text));
+    if (!ascii) {
+        return std::nullopt;
+    }
+    std::string lower;
+    for (char c : *ascii) {
+        lower.push_back(static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c));
+    }
+    if (lower == "true" || lower == "1") {
+        return true;
+    }
+    if (lower == "false" || lower == "0") {
+        return false;
+    }
+    return std::nullopt;
+}
+
+std::optional<ZelColor> ParseColor(std::wstring_view text) noexcept {
+    auto const ascii = AsciiOf(TrimView(text));
+    if (!ascii || (ascii->size() != 7 && ascii->size() != 9) || (*ascii)[0] != '#') {
+        return std::nullopt;
+    }
+    std::uint32_t value = 0;
+    char const* const begin = ascii->data() + 1;
+    char const* const end = ascii->data() + ascii->size();
+    for (char const* p = begin; p != end; ++p) {
+        if (!std::isxdigit(static_cast<unsigned char>(*p))) {
+            return std::nullopt;
+        }
+    }
+    std::from_chars(begin, end, value, 16);
+    if (ascii->size() == 7) {
+        value = (value << 8u) | 0xFFu;  // opaque when the alpha is not given
+    }
+    return ZelColor(value);
+}
+
+RIndirectString FormatText(bool value) {
+    return RIndirectString(value ? L"true" : L"false");
+}
+RIndirectString FormatText(long long value) {
+    return FormatShortest(value);
+}
+RIndirectString FormatText(double value) {
+    return FormatShortest(value);
+}
+RIndirectString FormatText(float value) {
+    return FormatShortest(value);
+}
+RIndirectString FormatText(ZelDateTime value) {
+    return FromAscii(value.ToIsoString());
+}
+RIndirectString FormatText(ZelColor value) {
+    static constexpr char c_digits[] = "0123456789ABCDEF";
+    std::string text = "#";
+    for (int shift = 28; shift >= 0; shift -= 4) {
+        text.push_back(c_digits[(value.GetValue() >> static_cast<unsigned>(shift)) & 0xFu]);
+    }
+    return FromAscii(text);
+}
+
+// ---- dates ---------------------------------------------------------------------------------------
+
+std::optional<ZelDateTime> SecondsToDateTime(double seconds) noexcept {
+    double const micros = seconds * 1e6 + static_cast<double>(c_unixEpochMicros);
+    // NaN fails both comparisons.
+    if (!(micros >= 0.0 && micros <= static_cast<double>(ZelDateTime::c_maxValue))) {
+        return std::nullopt;
+    }
+    return ZelDateTime(static_cast<std::uint64_t>(micros));
+}
+
+std::optional<ZelDateTime> SecondsToDateTime(long long seconds) noexcept {
+    constexpr long long c_min = -static_cast<long long>(c_unixEpochMicros / 1'000'000);
+    constexpr long long c_max =
+        static_cast<long long>((ZelDateTime::c_maxValue - c_unixEpochMicros) / 1'000'000);
+    if (seconds < c_min || seconds > c_max) {
+        return std::nullopt;
+    }
+    return ZelDateTime(
+        static_cast<std::uint64_t>(static_cast<long long>(c_unixEpochMicros) + seconds * 1'000'000));
+}
+
+std::optional<ZelDateTime> AddDays(ZelDateTime value, long long days) noexcept {
+    constexpr long long c_maxDays =
+        static_cast<long long>(ZelDateTime::c_maxValue / ZelDateTime::c_microsPerDay) + 1;
+    if (days > c_maxDays || days < -c_maxDays) {
+        return std::nullopt;
+    }
+    long long const delta = days * static_cast<long long>(ZelDateTime::c_microsPerDay);
+    long long const result = static_cast<long long>(value.GetValue()) + delta;
+    if (result < 0 || static_cast<std::uint64_t>(result) > ZelDateTime::c_maxValue) {
+        return std::nullopt;
+    }
+    return ZelDateTime(static_cast<std::uint64_t>(result));
+}
+
+}  // namespace zel::core::builtin

@@ -1,0 +1,52 @@
+// log: writes its arguments as one line at level Info through ZelLog. Strings stand as their
+// text, every other value in the text form of SerializeValue; a collection of more than ten
+// elements shows its first ten and its size.
+
+#include <string>
+
+#include "functions/builtin/BuiltinFamilies.h"
+#include "zel/core/store/StoreValueUtil.h"
+#include "zel/core/utility/ZelLog.h"
+
+namespace zel::core::builtin {
+
+namespace {
+
+constexpr unsigned int c_logSample = 10;
+
+TStringCore LogText(std::shared_ptr<StoreValue> const& value) {
+    if (!value) {
+        return TStringCore(L"nullptr");
+    }
+    if (value->GetStoreType() == StoreType::String && !value->IsSpecial()) {
+        return FetchStoreValue<TStringCore>(value);
+    }
+    bool const large = (IsCollectionStoreType(value->GetStoreType()) && value->GetCount() > c_logSample);
+    if (!large) {
+        return SerializeValue(*value);
+    }
+    return SerializeValue(*SampleStoreValue(*value, c_logSample)) +
+           TStringCore::FromUtf8(" (" + std::to_string(value->GetCount()) + " elements)");
+}
+
+void Log(CreatorArguments const& arguments) {
+    if (!GetZelLogger().AcceptsLogLevel(ZelLogLevel::Info)) {
+        return;
+    }
+    TStringCore line;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        if (i > 0) {
+            line += L' ';
+        }
+        line += LogText(arguments[i]);
+    }
+    ZelLog(ZelLogLevel::Info, line);
+}
+
+}  // namespace
+
+void RegisterOutputFunctions(FunctionLookup& lookup) {
+    lookup.RegisterMultinary(L"log", {}, FunctionPointer<&Log>{});
+}
+
+}  // namespace zel::core::builtin
