@@ -105,6 +105,19 @@ TEST(UnaryFunctionTest, ACreatorTakesItsArgumentsConvertedOnceAndRefusesBadOnes)
 
     ExpectRuntimeError([&] { affine.MakeRegularFunction(Arguments({core::factory::MakeDouble(2.0)})); },
                        ZelError::InvalidArgument, "takes 2 creator argument(s) and was given 1");
+    // An integer parameter takes a number in its range only.
+    core::FunctionLookup lookup32;
+    lookup32.RegisterUnary(L"add", [](int n, int x) { return n + x; });
+    auto const add = BindUnary<int, int>(lookup32, L"add", StoreType::Int32);
+    EXPECT_EQ(add.MakeRegularFunction(Arguments({core::factory::MakeDouble(-2.9)}))->Call(10), 8);
+    EXPECT_EQ(add.MakeRegularFunction(Arguments({core::factory::MakeInt64(-2147483648LL)}))->Call(0),
+              -2147483648);
+    for (auto const& outOfRange :
+         {core::factory::MakeDouble(3e9), core::factory::MakeDouble(std::nan("")),
+          core::factory::MakeInt64(2147483648LL), core::factory::MakeFloat(-2147483904.0f)}) {
+        ExpectRuntimeError([&] { add.MakeRegularFunction(Arguments({outOfRange})); },
+                           ZelError::InvalidArgument, "out of the range of its integer parameter");
+    }
     ExpectRuntimeError([&] { multiply.MakeRegularFunction(Arguments({core::factory::MakeString(L"x")})); },
                        ZelError::UnsupportedTypes, "");
     ExpectRuntimeError(

@@ -1,5 +1,10 @@
 #include "zel/core/functions/FunctionTypes.h"
 
+#include <limits>
+#include <string>
+#include <type_traits>
+#include <utility>
+
 #include "zel/core/functions/FunctionTemplates.h"
 #include "zel/core/store/StoreValue.h"
 #include "zel/core/store/StoreValueUtil.h"
@@ -24,7 +29,9 @@ namespace {
 std::string FormatTypeInfo(StoreTypeInfo const& info) {
     std::string text(StoreTypeName(info.GetStoreType()));
     if (info.GetStoreType() == StoreType::String && !info.GetCollation().IsBinary()) {
-        text += "(" + info.GetCollation().GetName().ToUtf8() + ")";
+        text += '(';
+        text += info.GetCollation().GetName().ToUtf8();
+        text += ')';
     }
     if (info.IsOptional()) {
         text += "?";
@@ -40,7 +47,9 @@ std::string FormatKeySegmentType(KeySegmentType const& type) {
     }
     std::string text = FormatTypeInfo(type.GetMainType());
     if (!type.GetChildType().IsEmpty()) {
-        text += "<" + FormatTypeInfo(type.GetChildType()) + ">";
+        text += '<';
+        text += FormatTypeInfo(type.GetChildType());
+        text += '>';
     }
     return text;
 }
@@ -60,6 +69,29 @@ namespace detail {
 
 namespace {
 
+// A number as T: a floating value converts as C++ converts it; to an integer, only a value in its
+// range converts (truncated toward zero), anything else fails rather than wrapping.
+template <class T, class S>
+T ConvertInRange(S value) {
+    if constexpr (std::is_integral_v<T> && !std::is_same_v<T, bool>) {
+        bool inRange = true;
+        if constexpr (std::is_floating_point_v<S>) {
+            // The bounds as S: -2^31 and 2^31 (or 2^63), exact in every floating type.
+            S const low = static_cast<S>(std::numeric_limits<T>::min());
+            S const high = -low;
+            inRange = value >= low && value < high;
+        } else {
+            inRange = std::in_range<T>(value);
+        }
+        if (!inRange) {
+            ZEL_FAIL_WITH_TEXT(ZelError::InvalidArgument,
+                               TStringCore::FromUtf8("the creator argument " + std::to_string(value) +
+                                                     " is out of the range of its integer parameter"));
+        }
+    }
+    return static_cast<T>(value);
+}
+
 // A creator argument of a numeric parameter may be of any numeric type.
 template <class T>
 T ConvertNumber(std::shared_ptr<StoreValue> const& value) {
@@ -68,13 +100,13 @@ T ConvertNumber(std::shared_ptr<StoreValue> const& value) {
             case StoreType::Bool:
                 return static_cast<T>(FetchStoreValue<bool>(value));
             case StoreType::Int32:
-                return static_cast<T>(FetchStoreValue<int>(value));
+                return ConvertInRange<T>(FetchStoreValue<int>(value));
             case StoreType::Int64:
-                return static_cast<T>(FetchStoreValue<long long>(value));
+                return ConvertInRange<T>(FetchStoreValue<long long>(value));
             case StoreType::Float:
-                return static_cast<T>(FetchStoreValue<float>(value));
+                return ConvertInRange<T>(FetchStoreValue<float>(value));
             case StoreType::Double:
-                return static_cast<T>(FetchStoreValue<double>(value));
+                return ConvertInRange<T>(FetchStoreValue<double>(value));
             default:
                 break;
         }
