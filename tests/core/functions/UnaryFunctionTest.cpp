@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <span>
+#include <thread>
 #include <vector>
 
 #include "core/functions/FunctionTestSupport.h"
@@ -183,6 +184,35 @@ TEST(UnaryFunctionTest, ASpecialFormSeesSpecialsAndMaySitBesideARegularForm) {
     core::UnaryFunctionRun<double, double> run(fill, true, &arguments);
     EXPECT_TRUE(run.IsSpecial());
     EXPECT_EQ(run.Call(0.0, Null), (std::pair{-1.0, None}));
+}
+
+double Square(double x) {
+    return x * x;
+}
+
+TEST(UnaryFunctionTest, APlainCppFunctionServesSeveralThreadsThroughOneObject) {
+    core::FunctionLookup lookup;
+    lookup.RegisterUnary<&Square>(L"square");
+    auto const function =
+        BindUnary<double, double>(lookup, L"square", StoreType::Double).MakeRegularFunction();
+    std::vector<double> values(100'000);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        values[i] = static_cast<double>(i);
+    }
+    std::vector<double> out(values.size());
+    std::size_t const half = values.size() / 2;
+    auto const run = [&](std::size_t start, std::size_t length) {
+        for (std::size_t row = start; row < start + length; row += 1000) {
+            function->CallBlock(std::span(values).subspan(row, 1000), std::span(out).subspan(row, 1000));
+        }
+    };
+    std::thread first(run, 0, half);
+    std::thread second(run, half, values.size() - half);
+    first.join();
+    second.join();
+    for (std::size_t i = 0; i < values.size(); i += 997) {
+        EXPECT_EQ(out[i], values[i] * values[i]);
+    }
 }
 
 TEST(UnaryFunctionTest, BlockOutputsMustMatchTheirInputs) {

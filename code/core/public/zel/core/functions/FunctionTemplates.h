@@ -204,6 +204,24 @@ protected:
     explicit FunctionObjectBase(CreatorArguments const* arguments)
         : m_arguments(MakeArguments<Form>(arguments)) {}
 
+    // The state for the length of a block call, held in a local so that the loop's stores cannot
+    // alias it, and put back after. A function without state touches no member here, so that
+    // threads may share its object.
+    typename Form::State TakeState() {
+        if constexpr (Form::c_stateful) {
+            return std::move(m_state);
+        } else {
+            return {};
+        }
+    }
+    void PutState(typename Form::State&& state) {
+        if constexpr (Form::c_stateful) {
+            m_state = std::move(state);
+        } else {
+            (void)state;
+        }
+    }
+
     typename Form::Arguments m_arguments;
     [[no_unique_address]] typename Form::State m_state{};
 };
@@ -223,14 +241,14 @@ public:
     void CallBlock(std::span<In const> values, std::span<Out> out) override {
         CheckBlockLengths(values.size(), out.size());
         auto const arguments = this->m_arguments;
-        auto state = std::move(this->m_state);
+        auto state = this->TakeState();
         In const* source = values.data();
         Out* target = out.data();
         std::size_t const count = values.size();
         for (std::size_t i = 0; i < count; ++i) {
             target[i] = Invoke<F, Form>(state, arguments, source[i]);
         }
-        this->m_state = std::move(state);
+        this->PutState(std::move(state));
     }
 };
 
@@ -253,7 +271,7 @@ public:
         CheckBlockLengths(values.size(), out.size());
         CheckBlockLengths(values.size(), outSpecials.size());
         auto const arguments = this->m_arguments;
-        auto state = std::move(this->m_state);
+        auto state = this->TakeState();
         std::size_t const count = values.size();
         for (std::size_t i = 0; i < count; ++i) {
             SpecialKind const special = specials[i];
@@ -264,7 +282,7 @@ public:
             }
             outSpecials[i] = special;
         }
-        this->m_state = std::move(state);
+        this->PutState(std::move(state));
     }
 };
 
@@ -284,14 +302,14 @@ public:
         CheckBlockLengths(values.size(), out.size());
         CheckBlockLengths(values.size(), outSpecials.size());
         auto const arguments = this->m_arguments;
-        auto state = std::move(this->m_state);
+        auto state = this->TakeState();
         std::size_t const count = values.size();
         for (std::size_t i = 0; i < count; ++i) {
             auto result = Invoke<F, Form>(state, arguments, values[i], specials[i]);
             out[i] = std::move(result.first);
             outSpecials[i] = result.second;
         }
-        this->m_state = std::move(state);
+        this->PutState(std::move(state));
     }
 };
 
@@ -311,7 +329,7 @@ public:
         CheckBlockLengths(first.size(), second.size());
         CheckBlockLengths(first.size(), out.size());
         auto const arguments = this->m_arguments;
-        auto state = std::move(this->m_state);
+        auto state = this->TakeState();
         A const* left = first.data();
         B const* right = second.data();
         C* target = out.data();
@@ -319,7 +337,7 @@ public:
         for (std::size_t i = 0; i < count; ++i) {
             target[i] = Invoke<F, Form>(state, arguments, left[i], right[i]);
         }
-        this->m_state = std::move(state);
+        this->PutState(std::move(state));
     }
 
     void CallAccumulate(C& accumulator, std::span<B const> values, std::span<C> out, bool reverse) override {
@@ -328,7 +346,7 @@ public:
                 CheckBlockLengths(values.size(), out.size());
             }
             auto const arguments = this->m_arguments;
-            auto state = std::move(this->m_state);
+            auto state = this->TakeState();
             C acc = std::move(accumulator);
             B const* source = values.data();
             std::size_t const count = values.size();
@@ -357,7 +375,7 @@ public:
                 }
             }
             accumulator = std::move(acc);
-            this->m_state = std::move(state);
+            this->PutState(std::move(state));
         } else {
             (void)accumulator, (void)values, (void)out, (void)reverse;
             RefuseAccumulate();
@@ -409,7 +427,7 @@ public:
         CheckBlockLengths(first.size(), out.size());
         CheckBlockLengths(first.size(), outSpecials.size());
         auto const arguments = this->m_arguments;
-        auto state = std::move(this->m_state);
+        auto state = this->TakeState();
         std::size_t const count = first.size();
         for (std::size_t i = 0; i < count; ++i) {
             auto result =
@@ -417,7 +435,7 @@ public:
             out[i] = std::move(result.first);
             outSpecials[i] = result.second;
         }
-        this->m_state = std::move(state);
+        this->PutState(std::move(state));
     }
 
     void CallAccumulate(C& accumulator, SpecialKind& accumulatorSpecial, std::span<B const> values,
@@ -431,7 +449,7 @@ public:
                 CheckBlockLengths(values.size(), outSpecials.size());
             }
             auto const arguments = this->m_arguments;
-            auto state = std::move(this->m_state);
+            auto state = this->TakeState();
             C acc = std::move(accumulator);
             SpecialKind accSpecial = accumulatorSpecial;
             auto step = [&](std::size_t i) {
@@ -455,7 +473,7 @@ public:
             }
             accumulator = std::move(acc);
             accumulatorSpecial = accSpecial;
-            this->m_state = std::move(state);
+            this->PutState(std::move(state));
         } else {
             (void)accumulator, (void)accumulatorSpecial, (void)values, (void)specials, (void)out,
                 (void)outSpecials, (void)reverse;
