@@ -1,6 +1,6 @@
 // lookup: the value of each row's key in a key set given as the argument (lookup(~init.names)).
-// A special row finds the value stored for its kind of special. A key that the set lacks gives
-// Null. `lookup` maps to the type of the key; lookup_string and lookup_double to those types.
+// A special row finds the value stored for its kind of special, or stays as it is. A key that the
+// set lacks gives Null. `lookup` maps to the type of the key; lookup_string and lookup_double to those types.
 
 #include <bit>
 
@@ -45,7 +45,11 @@ void RegisterLookup(FunctionLookup& lookup, wchar_t const* name) {
     using A = FunctionArg<K>;
     lookup.RegisterUnary(name, [](Nested const& set, A x, Special s) -> WithSpecial<V> {
         auto const& keySet = GetKeySet<StorageOf<K>, StorageOf<V>>(set, "lookup");
-        auto const* found = s == Special::None ? keySet.Find(ToStorage(x)) : keySet.FindSpecial(s);
+        if (s != Special::None) {
+            auto const* found = keySet.FindSpecial(s);
+            return found ? Ok(FromStorage<V>(*found)) : SpecialOf<V>(s);
+        }
+        auto const* found = keySet.Find(ToStorage(x));
         return found ? Ok(FromStorage<V>(*found)) : SpecialOf<V>(Special::Null);
     });
 }
