@@ -29,6 +29,10 @@ TEST(BuiltinCasts, NumbersNarrowModuloAndFloatingPointSaturates) {
     EXPECT_EQ((Unary<bool, double>(L"to_double", V(true))), V(1.0));
     EXPECT_EQ((Unary<float, bool>(L"to_bool", V(0.0f))), V(false));
     EXPECT_EQ((Unary<int, float>(L"to_float", S<int>(Null))), S<float>(Null));
+    // A double beyond the float range becomes an infinity, from a number or from a text.
+    EXPECT_EQ((Unary<double, float>(L"to_float", V(1e300))), V(std::numeric_limits<float>::infinity()));
+    EXPECT_EQ((Unary<double, float>(L"to_float", V(-1e300))), V(-std::numeric_limits<float>::infinity()));
+    EXPECT_EQ((Unary<Text, float>(L"to_float", V(Text(L"1e39")))), V(std::numeric_limits<float>::infinity()));
 }
 
 TEST(BuiltinCasts, TextsParseOrGiveAnError) {
@@ -72,6 +76,11 @@ TEST(BuiltinCasts, DateTimesCountSecondsSince1970AndColoursTheirValue) {
     EXPECT_EQ((Unary<ZelDateTime, double>(L"to_double", V(At("1970-01-01T00:00:01.5")))), V(1.5));
     EXPECT_EQ((Unary<ZelDateTime, long long>(L"to_int64", V(At("1969-12-31T23:59:59.5")))), V(-1LL));
     EXPECT_EQ((Unary<ZelDateTime, int>(L"to_int32", V(At("2100-01-01")))), S<int>(Error));
+    // A value past the calendar reads as its last instant; shifting it has no result.
+    ZelDateTime const beyond(~0ULL);
+    EXPECT_EQ((Unary<ZelDateTime, long long>(L"to_int64", V(beyond))), V(253402300799LL));
+    EXPECT_EQ((Unary<ZelDateTime, ZelDateTime>(L"add_days", V(beyond), Args(f::MakeInt32(-1)))),
+              S<ZelDateTime>(Error));
     EXPECT_EQ((Unary<double, ZelDateTime>(L"to_datetime", V(86400.0))), V(At("1970-01-02")));
     EXPECT_EQ((Unary<long long, ZelDateTime>(L"to_datetime", V(-62135596800LL))), V(At("0001-01-01")));
     EXPECT_EQ((Unary<long long, ZelDateTime>(L"to_datetime", V(-62135596801LL))), S<ZelDateTime>(Error));

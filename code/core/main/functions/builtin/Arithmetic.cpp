@@ -88,7 +88,7 @@ void RegisterNumber(FunctionLookup& lookup) {
         // To that many decimal places (negative: to tens, hundreds, ...).
         lookup.RegisterBinary(L"round", [](T x, int digits) {
             double const scale = std::pow(10.0, static_cast<double>(digits));
-            return static_cast<T>(std::round(static_cast<double>(x) * scale) / scale);
+            return ConvertNumber<T>(std::round(static_cast<double>(x) * scale) / scale);
         });
     }
 }

@@ -226,7 +226,7 @@ std::optional<ZelDateTime> SecondsToDateTime(long long seconds) noexcept {
 std::optional<ZelDateTime> AddDays(ZelDateTime value, long long days) noexcept {
     constexpr long long c_maxDays =
         static_cast<long long>(ZelDateTime::c_maxValue / ZelDateTime::c_microsPerDay) + 1;
-    if (days > c_maxDays || days < -c_maxDays) {
+    if (!value.IsValid() || days > c_maxDays || days < -c_maxDays) {
         return std::nullopt;
     }
     long long const delta = days * static_cast<long long>(ZelDateTime::c_microsPerDay);

@@ -164,11 +164,24 @@ constexpr I SaturatingCast(F value) noexcept {
     return static_cast<I>(value);
 }
 
+// A double as a float: beyond the float range it becomes an infinity rather than undefined.
+constexpr float NarrowToFloat(double value) noexcept {
+    if (value > static_cast<double>(std::numeric_limits<float>::max())) {
+        return std::numeric_limits<float>::infinity();
+    }
+    if (value < -static_cast<double>(std::numeric_limits<float>::max())) {
+        return -std::numeric_limits<float>::infinity();
+    }
+    return static_cast<float>(value);
+}
+
 // Any number to any other: integers narrow modulo their width, floating-point numbers saturate.
 template <Number To, Number From>
 constexpr To ConvertNumber(From value) noexcept {
     if constexpr (Integer<To> && Floating<From>) {
         return SaturatingCast<To>(value);
+    } else if constexpr (std::is_same_v<To, float> && std::is_same_v<From, double>) {
+        return NarrowToFloat(value);
     } else {
         return static_cast<To>(value);
     }
@@ -243,7 +256,9 @@ inline double DateTimeToSeconds(ZelDateTime value) noexcept {
     return (static_cast<double>(value.GetValue()) - static_cast<double>(c_unixEpochMicros)) / 1e6;
 }
 inline long long DateTimeToWholeSeconds(ZelDateTime value) noexcept {
-    auto const micros = static_cast<long long>(value.GetValue()) - static_cast<long long>(c_unixEpochMicros);
+    // A value past the calendar reads as its last instant, as everywhere else.
+    std::uint64_t const clamped = value.IsValid() ? value.GetValue() : ZelDateTime::c_maxValue;
+    auto const micros = static_cast<long long>(clamped) - static_cast<long long>(c_unixEpochMicros);
     // Floor division, so that an instant before 1970 counts to the second before it.
     return micros >= 0 ? micros / 1'000'000 : -((-micros + 999'999) / 1'000'000);
 }

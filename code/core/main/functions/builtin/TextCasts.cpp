@@ -16,7 +16,13 @@ WithSpecial<T> ParseOr(Special s, Parse parse) {
     if (s != Special::None)
         return SpecialOf<T>(s);
     auto const parsed = parse();
-    return parsed ? Ok(static_cast<T>(*parsed)) : ErrorOf<T>();
+    if (!parsed)
+        return ErrorOf<T>();
+    if constexpr (std::is_same_v<T, float>) {
+        return Ok(NarrowToFloat(*parsed));
+    } else {
+        return Ok(static_cast<T>(*parsed));
+    }
 }
 
 }  // namespace
@@ -99,7 +105,7 @@ void RegisterTextCasts(FunctionLookup& lookup) {
         if (!value)
             return ErrorOf<float>();
         double const scale = std::pow(10.0, static_cast<double>(digits));
-        return Ok(static_cast<float>(std::round(*value * scale) / scale));
+        return Ok(NarrowToFloat(std::round(*value * scale) / scale));
     });
 }
 
