@@ -141,6 +141,9 @@ TEST(JsonStoreReader, BadInputNamesWhatAndWhere) {
         {"{\"a\": {\"$type\": \"keyset<int32,int32>\", \"keys\": [1], \"values\": []}}",
          {"1 keys for 0 values"}},
         {"{\"a\": {\"$type\": \"none\"}}", {"\"none\" (no value) stands only"}},
+        {"{\"a\": {\"$type\": \"set<array>\", \"values\": [{\"$type\": \"array<int32>\", \"constant\": 1, "
+         "\"count\": 4000000000}]}}",
+         {"elements to hash", "/a"}},
         {"{\"a\": 1, \"a\": 2}", {"duplicate key \"a\""}},
         {"{\"a\\u0024\": {\"\\u0024type\": 1}}", {"expected a type name", "/a$/$type"}},
     };

@@ -420,6 +420,13 @@ private:
             std::uint32_t const count = m.ReadUInt32("member count");
             auto values = ReadColumn<T>(count, elementType);
             auto specials = ReadSpecials(count);
+            if constexpr (std::is_same_v<T, ValuePtr>) {
+                if (CountHashedElements(*values) > c_maxHashedElements) {
+                    m.FailAt(at,
+                             "more than " + std::to_string(c_maxHashedElements) +
+                                 " elements to hash in the members of one set or the keys of one key set");
+                }
+            }
             ValuePtr set =
                 factory::MakeSet<T>(elementType, childType, std::move(values), std::move(specials));
             if (set->GetCount() != count) {
@@ -498,6 +505,14 @@ private:
                 std::size_t const keysAt = m.GetOffset();
                 auto keys = ReadColumn<K>(count, keyType);
                 auto values = ReadColumn<V>(count, valueType);
+                if constexpr (std::is_same_v<K, ValuePtr>) {
+                    if (CountHashedElements(*keys) > c_maxHashedElements) {
+                        m.FailAt(
+                            keysAt,
+                            "more than " + std::to_string(c_maxHashedElements) +
+                                " elements to hash in the members of one set or the keys of one key set");
+                    }
+                }
                 auto map = MakeKeySetMap<K, V>(keyType);
                 for (std::uint32_t i = 0; i < count; ++i) {
                     if (!map->emplace(std::move((*keys)[i]), std::move((*values)[i])).second) {

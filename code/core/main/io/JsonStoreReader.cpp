@@ -923,6 +923,12 @@ private:
         }
         try {
             if (isSet) {
+                if constexpr (std::is_same_v<T, ValuePtr>) {
+                    if (CountHashedElements(*values->values) > c_maxHashedElements) {
+                        Fail("more than " + std::to_string(c_maxHashedElements) +
+                             " elements to hash in the members of one set or the keys of one key set");
+                    }
+                }
                 std::size_t const given = values->size();
                 ValuePtr set = factory::MakeSet<T>(elementType, childType, std::move(values->values),
                                                    std::move(values->specials));
@@ -1036,6 +1042,12 @@ private:
         if (keys.size() != values.size()) {
             Fail(std::to_string(keys.size()) + " keys for " + std::to_string(values.size()) +
                  " values; a key set needs one value for each key");
+        }
+        if constexpr (std::is_same_v<K, ValuePtr>) {
+            if (CountHashedElements(*keys.values) > c_maxHashedElements) {
+                Fail("more than " + std::to_string(c_maxHashedElements) +
+                     " elements to hash in the members of one set or the keys of one key set");
+            }
         }
         auto map = MakeKeySetMap<K, V>(keyType);
         for (std::size_t i = 0; i < keys.size(); ++i) {

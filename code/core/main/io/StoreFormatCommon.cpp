@@ -1,6 +1,8 @@
 #include "io/StoreFormatCommon.h"
 
 #include "zel/core/store/Collation.h"
+#include "zel/core/store/IStoreKeyMap.h"
+#include "zel/core/store/IStoreTuple.h"
 #include "zel/core/utility/ZelCheck.h"
 #include "zel/core/utility/ZelException.h"
 
@@ -29,6 +31,63 @@ TStringCore TextOfUtf8(std::string_view utf8) {
         return TStringCore(std::wstring(utf8.begin(), utf8.end()));
     }
     return TStringCore::FromUtf8(utf8);
+}
+
+namespace {
+
+void CountHashed(StoreValue const* value, std::uint64_t& count) {
+    if (value == nullptr || count > c_maxHashedElements) {
+        return;
+    }
+    ++count;
+    if (value->IsSpecial()) {
+        return;
+    }
+    switch (value->GetStoreType()) {
+        case StoreType::Array:
+        case StoreType::Set:
+            count += value->GetCount();
+            if (value->GetValueTypeInfo().GetStoreType() != StoreType::Object &&
+                !IsCollectionStoreType(value->GetValueTypeInfo().GetStoreType())) {
+                return;
+            }
+            // The distinct element values, each once however often the layout repeats it.
+            if (auto const array =
+                    std::dynamic_pointer_cast<detail::ArrayValue<std::shared_ptr<StoreValue>> const>(
+                        std::shared_ptr<StoreValue const>(std::shared_ptr<void>(), value))) {
+                auto const& parts = array->GetParts();
+                for (auto const& element : parts.values.View()) {
+                    CountHashed(element.get(), count);
+                }
+                for (auto const& run : parts.runs.View()) {
+                    CountHashed(run.value.get(), count);
+                }
+            }
+            return;
+        case StoreType::Tuple:
+            for (auto const& element : value->AsTuple().GetElements()) {
+                CountHashed(element.get(), count);
+            }
+            return;
+        case StoreType::KeyMap:
+        case StoreType::Table:
+            for (auto const& [name, member] : value->AsKeyMap().GetEntries()) {
+                CountHashed(member.get(), count);
+            }
+            return;
+        default:
+            return;
+    }
+}
+
+}  // namespace
+
+std::uint64_t CountHashedElements(std::vector<std::shared_ptr<StoreValue>> const& values) {
+    std::uint64_t count = 0;
+    for (auto const& value : values) {
+        CountHashed(value.get(), count);
+    }
+    return count;
 }
 
 namespace {

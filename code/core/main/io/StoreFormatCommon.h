@@ -3,6 +3,7 @@
 // What the JSON and binary store formats share: the failure they throw, the text form of types and
 // special kinds, and access to the layout of an array for the writers.
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -61,6 +62,16 @@ std::shared_ptr<detail::ArrayValue<T> const> ArrayOf(std::shared_ptr<StoreValue 
     }
     return std::dynamic_pointer_cast<detail::ArrayValue<T> const>(value->AsArray().Flatten());
 }
+
+// Set members and key set keys are hashed and compared while a store loads, which costs time in
+// their logical elements: a constant array of a billion elements is a few bytes of input and a
+// billion elements to hash. The readers refuse such members and keys beyond this many elements in
+// one set or key set, so that no small input takes long to load.
+inline constexpr std::uint64_t c_maxHashedElements = std::uint64_t(1) << 24;
+
+// The logical elements of `values` (arrays and sets by their count, tuples, key maps and tables by
+// their members, recursively), counted up to just past c_maxHashedElements.
+std::uint64_t CountHashedElements(std::vector<std::shared_ptr<StoreValue>> const& values);
 
 // The element T with its special kind, as the readers collect a column.
 template <class T>
