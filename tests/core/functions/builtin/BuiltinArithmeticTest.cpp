@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "core/functions/builtin/BuiltinTestSupport.h"
+#include "support/CheckFailure.h"
 
 namespace zel::test::builtin {
 namespace {
@@ -27,6 +28,18 @@ TEST(BuiltinArithmetic, UnaryFormsTakeTheirOperandAsCreatorArgument) {
     EXPECT_EQ((Unary<int, int>(L"divide", V(-7), Args(f::MakeInt32(2)))), V(-3));
     EXPECT_EQ((Unary<int, int>(L"modulo", V(-7), Args(f::MakeInt32(3)))), V(-1));
     EXPECT_EQ((Unary<double, double>(L"modulo", V(7.5), Args(f::MakeDouble(2.0)))), V(1.5));
+}
+
+TEST(BuiltinArithmetic, CreatorArgumentsAreCheckedWhenTheObjectIsMade) {
+    ExpectRuntimeError([] { MakeUnary<double, double>(L"multiply"); }, core::ZelError::InvalidArgument,
+                       "takes 1 creator argument(s) and was given 0");
+    ExpectRuntimeError([] { MakeUnary<double, double>(L"add", Args(f::MakeString(L"2"))); },
+                       core::ZelError::UnsupportedTypes, "string");
+    ExpectRuntimeError(
+        [] {
+            MakeUnary<double, double>(L"add", Args(f::MakeSpecial(StoreTypeInfo::Double, SpecialKind::Null)));
+        },
+        core::ZelError::UnsupportedTypes, "double");
 }
 
 TEST(BuiltinArithmetic, IntegerOverflowWrapsAndDivisionByZeroIsAnError) {
