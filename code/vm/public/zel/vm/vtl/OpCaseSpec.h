@@ -23,7 +23,7 @@ public:
     core::TransformSpec const& GetElseTransform() const { return m_spec.GetChildTransforms().back(); }
     core::TransformSpec const& GetTransformSpec() const { return m_spec; }
 
-    // Checks the children as the constructor does before it builds the spec.
+    // Checks the children as the constructor does before it builds the TransformSpec.
     static core::TransformSpec Create(std::vector<core::KeyPath> const& capturedKeys,
                                       std::vector<core::KeyPath> const& outputs,
                                       std::vector<core::TransformSpec>&& children);

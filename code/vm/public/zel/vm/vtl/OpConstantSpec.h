@@ -8,7 +8,7 @@
 
 namespace zel::vm {
 
-// Broadcasts one value over the rows of an input array: either a constant stored in the spec (one
+// Broadcasts one value over the rows of an input array: either a constant stored in the TransformSpec (one
 // input), or the value read from a key (two inputs: the array, then the key).
 class OpConstantSpec {
 public:
