@@ -36,27 +36,9 @@ public:
     }
 
 private:
-    [[noreturn]] void Fail(std::string const& what) {
-        std::string path;
-        for (std::string const& segment : m_path) {
-            path += "/" + segment;
-        }
-        io_detail::ThrowFormatError("binary store writer: " + what + " at " +
-                                    (path.empty() ? "the root" : path));
-    }
+    [[noreturn]] void Fail(std::string const& what) const { m_path.Fail(what); }
 
-    class PathScope {
-    public:
-        PathScope(BinaryWriter& writer, std::string segment) : m_writer(writer) {
-            writer.m_path.push_back(std::move(segment));
-        }
-        ~PathScope() { m_writer.m_path.pop_back(); }
-        PathScope(PathScope const&) = delete;
-        PathScope& operator=(PathScope const&) = delete;
-
-    private:
-        BinaryWriter& m_writer;
-    };
+    using PathScope = io_detail::WriterPath::Scope;
 
     template <class U>
     void Put(U value) {
@@ -152,7 +134,7 @@ private:
                 auto const& elements = value->AsTuple().GetElements();
                 Put<std::uint32_t>(Length(elements.size()));
                 for (std::size_t i = 0; i < elements.size(); ++i) {
-                    PathScope const scope(*this, std::to_string(i));
+                    PathScope const scope(m_path, std::to_string(i));
                     WriteValue(elements[i].get());
                 }
                 return;
@@ -162,7 +144,7 @@ private:
                 IStoreKeyMap const& map = value->AsKeyMap();
                 Put<std::uint32_t>(map.GetEntryCount());
                 for (TStringCore const& name : map.GetSortedNames()) {
-                    PathScope const scope(*this, name.ToUtf8());
+                    PathScope const scope(m_path, name.ToUtf8());
                     PutText(Utf8(name));
                     WriteValue(map.Find(name).get());
                 }
@@ -179,7 +161,7 @@ private:
             ValuePtr const held = object->GetValue();
             m_out.push_back(held ? 1 : 0);
             if (held) {
-                PathScope const scope(*this, "value");
+                PathScope const scope(m_path, "value");
                 WriteValue(held.get());
             }
             return;
@@ -221,7 +203,7 @@ private:
             }
         } else if constexpr (std::is_same_v<T, ValuePtr>) {
             for (std::size_t i = 0; i < count; ++i) {
-                PathScope const scope(*this, std::to_string(i));
+                PathScope const scope(m_path, std::to_string(i));
                 WriteValue(values[i].get());
             }
         } else {
@@ -354,7 +336,7 @@ private:
     }
 
     std::vector<std::uint8_t> m_out;
-    std::vector<std::string> m_path;
+    io_detail::WriterPath m_path{"binary store writer"};
 };
 
 }  // namespace

@@ -111,27 +111,9 @@ public:
     }
 
 private:
-    [[noreturn]] void Fail(std::string const& what) {
-        std::string path;
-        for (std::string const& segment : m_path) {
-            path += "/" + segment;
-        }
-        io_detail::ThrowFormatError("JSON store writer: " + what + " at " +
-                                    (path.empty() ? "the root" : path));
-    }
+    [[noreturn]] void Fail(std::string const& what) const { m_path.Fail(what); }
 
-    class PathScope {
-    public:
-        PathScope(JsonWriter& writer, std::string segment) : m_writer(writer) {
-            writer.m_path.push_back(std::move(segment));
-        }
-        ~PathScope() { m_writer.m_path.pop_back(); }
-        PathScope(PathScope const&) = delete;
-        PathScope& operator=(PathScope const&) = delete;
-
-    private:
-        JsonWriter& m_writer;
-    };
+    using PathScope = io_detail::WriterPath::Scope;
 
     // A non-owning pointer to a value the caller holds, for the casts of shared pointers.
     static std::shared_ptr<StoreValue const> Share(StoreValue const& value) {
@@ -328,7 +310,7 @@ private:
                 m_out += ',';
             }
             if constexpr (std::is_same_v<T, ValuePtr>) {
-                PathScope const scope(*this, std::to_string(i));
+                PathScope const scope(m_path, std::to_string(i));
                 WriteElement<T>(type, values[i], specials ? specials[i] : SpecialKind::None);
             } else {
                 WriteElement<T>(type, values[i], specials ? specials[i] : SpecialKind::None);
@@ -375,13 +357,13 @@ private:
         switch (array.GetLayout()) {
             case ArrayLayout::Flat:
             case ArrayLayout::Indexed: {
-                PathScope const scope(*this, "values");
+                PathScope const scope(m_path, "values");
                 m_out += "\"values\":";
                 WriteColumn<T>(parts.elementType, parts.values.View().data(), specials, parts.values.size());
                 break;
             }
             case ArrayLayout::Constant: {
-                PathScope const scope(*this, "constant");
+                PathScope const scope(m_path, "constant");
                 m_out += "\"constant\":";
                 WriteElement<T>(parts.elementType, parts.values.View().data()[0],
                                 specials ? specials[0] : SpecialKind::None);
@@ -392,7 +374,7 @@ private:
             case ArrayLayout::RunLength: {
                 m_out += "\"runs\":[";
                 for (unsigned int i = 0; i < parts.runs.size(); ++i) {
-                    PathScope const scope(*this, "runs/" + std::to_string(i));
+                    PathScope const scope(m_path, "runs/" + std::to_string(i));
                     RunLengthEntry<T> const& run = parts.runs.View().data()[i];
                     m_out += i > 0 ? ",{" : "{";
                     if (run.special != SpecialKind::None) {
@@ -420,7 +402,7 @@ private:
         m_out += "{\"$type\":\"tuple\",\"values\":[";
         auto const& elements = tuple.GetElements();
         for (std::size_t i = 0; i < elements.size(); ++i) {
-            PathScope const scope(*this, std::to_string(i));
+            PathScope const scope(m_path, std::to_string(i));
             if (i > 0) {
                 m_out += ',';
             }
@@ -452,7 +434,7 @@ private:
         m_out += '{';
         bool first = true;
         for (TStringCore const& name : map.GetSortedNames()) {
-            PathScope const scope(*this, name.ToUtf8());
+            PathScope const scope(m_path, name.ToUtf8());
             if (!first) {
                 m_out += ',';
             }
@@ -468,7 +450,7 @@ private:
         if (auto const* object = dynamic_cast<ScalarValue<StoreType::Object> const*>(&value)) {
             m_out += "{\"$type\":\"object\"";
             if (ValuePtr const& held = object->GetValue()) {
-                PathScope const scope(*this, "value");
+                PathScope const scope(m_path, "value");
                 m_out += ",\"value\":";
                 WriteValue(*held);
             }
@@ -507,16 +489,16 @@ private:
         m_out += FormatType(valueType, keySet.GetEntryValueChildTypeInfo());
         m_out += ">\",\"keys\":";
         {
-            PathScope const scope(*this, "keys");
+            PathScope const scope(m_path, "keys");
             WriteColumn<K>(keyType, keys.data(), nullptr, keys.size());
         }
         m_out += ",\"values\":";
         {
-            PathScope const scope(*this, "values");
+            PathScope const scope(m_path, "values");
             WriteColumn<V>(valueType, values.data(), nullptr, values.size());
         }
         if (keySet.GetSpecialKeyCount() > 0) {
-            PathScope const scope(*this, "specials");
+            PathScope const scope(m_path, "specials");
             m_out += ",\"specials\":[";
             bool first = true;
             for (unsigned kind = 1; kind < 256; ++kind) {
@@ -535,7 +517,7 @@ private:
     }
 
     std::string m_out;
-    std::vector<std::string> m_path;
+    io_detail::WriterPath m_path{"JSON store writer"};
 };
 
 }  // namespace

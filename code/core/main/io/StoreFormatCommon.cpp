@@ -22,6 +22,14 @@ void ThrowFormatError(std::string const& text) {
     ZEL_FAIL_WITH_TEXT(ZelError::StoreFormatError, message);
 }
 
+void WriterPath::Fail(std::string const& what) const {
+    std::string path;
+    for (std::string const& segment : m_segments) {
+        path += "/" + segment;
+    }
+    ThrowFormatError(std::string(m_writerName) + ": " + what + " at " + (path.empty() ? "the root" : path));
+}
+
 TStringCore TextOfUtf8(std::string_view utf8) {
     unsigned char high = 0;
     for (char const c : utf8) {

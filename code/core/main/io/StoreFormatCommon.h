@@ -21,6 +21,32 @@ namespace zel::core::io_detail {
 // UTF-8 are shown as '?').
 [[noreturn, gnu::cold]] void ThrowFormatError(std::string const& text);
 
+// Where a writer stands in the value it writes ("/a/values/1"), so that a value it cannot write is
+// reported with its place. A Scope adds one segment for its lifetime.
+class WriterPath {
+public:
+    explicit WriterPath(char const* writerName) : m_writerName(writerName) {}
+
+    [[noreturn]] void Fail(std::string const& what) const;
+
+    class Scope {
+    public:
+        Scope(WriterPath& path, std::string segment) : m_path(path) {
+            path.m_segments.push_back(std::move(segment));
+        }
+        ~Scope() { m_path.m_segments.pop_back(); }
+        Scope(Scope const&) = delete;
+        Scope& operator=(Scope const&) = delete;
+
+    private:
+        WriterPath& m_path;
+    };
+
+private:
+    char const* m_writerName;
+    std::vector<std::string> m_segments;
+};
+
 // The text of UTF-8 bytes; TStringEncodingException with the offset when they are no UTF-8. ASCII,
 // the common case of store strings, is widened without decoding.
 TStringCore TextOfUtf8(std::string_view utf8);
