@@ -1,0 +1,120 @@
+#include "zel/vm/materialize/MakeTransform.h"
+
+#include "transform/CopyTransform.h"
+#include "zel/core/utility/ZelCheck.h"
+#include "zel/vm/vtl/OpApplyByPartitionSpec.h"
+#include "zel/vm/vtl/OpCaseSpec.h"
+#include "zel/vm/vtl/OpConcatSpec.h"
+#include "zel/vm/vtl/OpConstantSpec.h"
+#include "zel/vm/vtl/OpCopySpec.h"
+#include "zel/vm/vtl/OpCreateKeySetSpec.h"
+#include "zel/vm/vtl/OpCreateTableSpec.h"
+#include "zel/vm/vtl/OpDistinctSpec.h"
+#include "zel/vm/vtl/OpFilterSpec.h"
+#include "zel/vm/vtl/OpGroupBySpec.h"
+#include "zel/vm/vtl/OpIndexSpec.h"
+#include "zel/vm/vtl/OpInnerJoinSpec.h"
+#include "zel/vm/vtl/OpInternalCreateKeyMapSpec.h"
+#include "zel/vm/vtl/OpLeftOuterJoinSpec.h"
+#include "zel/vm/vtl/OpMapSpec.h"
+#include "zel/vm/vtl/OpMultiSortSpec.h"
+#include "zel/vm/vtl/OpOutputSpec.h"
+#include "zel/vm/vtl/OpReduceSpec.h"
+#include "zel/vm/vtl/OpReturnSpec.h"
+#include "zel/vm/vtl/OpScanRightSpec.h"
+#include "zel/vm/vtl/OpScanSpec.h"
+#include "zel/vm/vtl/OpSetValueMultiSpec.h"
+#include "zel/vm/vtl/OpSetValueSpec.h"
+#include "zel/vm/vtl/OpZipSpec.h"
+#include "zel/vm/vtl/OpZipWithSpec.h"
+
+namespace zel::vm {
+
+using core::ZelError;
+
+namespace {
+
+// An operator of the language whose transform this build does not have yet. The spec has passed
+// its view's checks, so the program is well formed; it just cannot run here.
+template <class View>
+std::unique_ptr<Transform> NotInThisBuild(core::TransformSpec const& spec) {
+    View const view(spec);
+    ZEL_FAIL_WITH_TEXT(ZelError::OperatorNotMaterialised,
+                       core::OperatorTypeToString(spec.GetOperatorType()) +
+                           L" has no transform in this build of the machine");
+}
+
+}  // namespace
+
+std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec, core::IFunctionLookup const&,
+                                         core::ITypeLookup const&, VMOptions const&) {
+    switch (spec.GetOperatorType()) {
+        case OperatorType::ApplyByPartition:
+            return NotInThisBuild<OpApplyByPartitionSpec>(spec);
+        case OperatorType::Block:
+            ZEL_FAIL(ZelError::OperatorNotMaterialised);
+        case OperatorType::Call:
+            ZEL_FAIL(ZelError::OperatorNotMaterialised);
+        case OperatorType::Case:
+            return NotInThisBuild<OpCaseSpec>(spec);
+        case OperatorType::Concat:
+            return NotInThisBuild<OpConcatSpec>(spec);
+        case OperatorType::Constant:
+            return NotInThisBuild<OpConstantSpec>(spec);
+        case OperatorType::Copy:
+            return CopyTransform::Make(OpCopySpec(spec));
+        case OperatorType::CreateKeySet:
+            return NotInThisBuild<OpCreateKeySetSpec>(spec);
+        case OperatorType::CreateTable:
+            return NotInThisBuild<OpCreateTableSpec>(spec);
+        case OperatorType::Distinct:
+            return NotInThisBuild<OpDistinctSpec>(spec);
+        case OperatorType::Else:
+            ZEL_FAIL(ZelError::OperatorNotMaterialised);
+        case OperatorType::Filter:
+            return NotInThisBuild<OpFilterSpec>(spec);
+        case OperatorType::GroupBy:
+            return NotInThisBuild<OpGroupBySpec>(spec);
+        case OperatorType::Index:
+            return NotInThisBuild<OpIndexSpec>(spec);
+        case OperatorType::InnerJoin:
+            return NotInThisBuild<OpInnerJoinSpec>(spec);
+        case OperatorType::LeftOuterJoin:
+            return NotInThisBuild<OpLeftOuterJoinSpec>(spec);
+        case OperatorType::Map:
+            return NotInThisBuild<OpMapSpec>(spec);
+        case OperatorType::MultiSort:
+            return NotInThisBuild<OpMultiSortSpec>(spec);
+        case OperatorType::NoOp:
+            ZEL_FAIL(ZelError::SpecError216);
+        case OperatorType::Output:
+            return NotInThisBuild<OpOutputSpec>(spec);
+        case OperatorType::Reduce:
+            return NotInThisBuild<OpReduceSpec>(spec);
+        case OperatorType::Return:
+            return NotInThisBuild<OpReturnSpec>(spec);
+        case OperatorType::Scan:
+            return NotInThisBuild<OpScanSpec>(spec);
+        case OperatorType::ScanRight:
+            return NotInThisBuild<OpScanRightSpec>(spec);
+        case OperatorType::SetValue:
+            return NotInThisBuild<OpSetValueSpec>(spec);
+        case OperatorType::SetValueMulti:
+            return NotInThisBuild<OpSetValueMultiSpec>(spec);
+        case OperatorType::When:
+            ZEL_FAIL(ZelError::OperatorNotMaterialised);
+        case OperatorType::Zip:
+            return NotInThisBuild<OpZipSpec>(spec);
+        case OperatorType::ZipWith:
+            return NotInThisBuild<OpZipWithSpec>(spec);
+        case OperatorType::InternalCreateKeyMap:
+            return NotInThisBuild<OpInternalCreateKeyMapSpec>(spec);
+        default:
+            // Input and Slice have views but never run as transforms; they share the error of an
+            // operator number the machine does not know.
+            break;
+    }
+    ZEL_FAIL(ZelError::UnknownOperator);
+}
+
+}  // namespace zel::vm
