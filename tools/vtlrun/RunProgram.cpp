@@ -1,0 +1,183 @@
+#include "RunProgram.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Failure.h"
+#include "StoreFiles.h"
+#include "vormetrics/MetricsFilter.h"
+#include "vormetrics/MetricsRegistry.h"
+#include "vormetrics/MetricsScope.h"
+#include "vorsys/thread/TThreadPool.h"
+#include "zel/core/functions/BuiltinFunctions.h"
+#include "zel/core/store/KeyPath.h"
+#include "zel/core/utility/ZelException.h"
+#include "zel/core/utility/ZelLog.h"
+#include "zel/core/vtl/VtlParser.h"
+#include "zel/vm/host/VMFactory.h"
+
+namespace vtlrun {
+
+namespace {
+
+using zel::core::ZelError;
+using zel::core::ZelException;
+using zel::core::ZelRuntimeException;
+using zel::vm::TransformStatus;
+
+// Enough for every scope of a long run of a large program; the registry only counts the rest.
+constexpr std::size_t c_traceEventLimit = 4'000'000;
+
+bool IsProgramError(ZelError error) {
+    return error == ZelError::VtlSyntaxError || error == ZelError::VtlProgramError;
+}
+
+// The program as text. Bytes that are not UTF-8 are a syntax error at their line and column, which
+// the parser's UTF-8 reading finds.
+TStringCore DecodeProgram(std::filesystem::path const& path, std::vector<std::uint8_t> const& bytes) {
+    std::string_view const utf8(reinterpret_cast<char const*>(bytes.data()), bytes.size());
+    try {
+        return TStringCore::FromUtf8(utf8);
+    } catch (TStringEncodingException const& e) {
+        try {
+            std::vector<zel::core::TransformSpec> specs;
+            std::vector<zel::core::GraphEdge> edges;
+            zel::core::OutputKeySet outputs;
+            zel::core::ParseVtlPayload(utf8, specs, edges, outputs);
+        } catch (ZelException const& failure) {
+            throw ZelRuntimeException(failure.GetError(), PlaceInProgram(path, failure.GetText()));
+        }
+        throw ZelRuntimeException(ZelError::VtlSyntaxError,
+                                  PathText(path) + TStringCore::FromUtf8(": bytes that are not UTF-8 at byte " +
+                                                                         std::to_string(e.GetOffset())));
+    }
+}
+
+std::unique_ptr<zel::vm::VM> MakeMachine(RunSettings const& settings, TStringCore const& program,
+                                         std::shared_ptr<zel::core::IDataStore> store,
+                                         zel::core::IFunctionLookup const& functions) {
+    auto const scope = Metrics::OpenScope(L"vtlrun_MakeVM");
+    try {
+        return zel::vm::VMFactory::Make(program, std::move(store), functions, settings.vmOptions);
+    } catch (ZelException const& failure) {
+        if (!IsProgramError(failure.GetError())) {
+            throw;
+        }
+        throw ZelRuntimeException(failure.GetError(), PlaceInProgram(settings.program, failure.GetText()));
+    }
+}
+
+// Execute runs until Complete or Cancelled; anything else is a machine that stopped half-way.
+TransformStatus Run(zel::vm::VM& vm) {
+    TransformStatus const status = vm.Execute();
+    if (status != TransformStatus::Complete && status != TransformStatus::Cancelled) {
+        throw ZelRuntimeException(ZelError::GraphNotComplete,
+                                  L"the run stopped with status " + TStringCore(std::to_wstring(static_cast<int>(status))));
+    }
+    return status;
+}
+
+// Every top-level member of the changes store as one change; the updater takes key maps apart
+// itself, so a member that is a key map changes only the entries it names.
+void ApplyChanges(zel::vm::VM& vm, zel::core::IDataStore const& changes) {
+    auto updater = vm.MakeDataStoreUpdater();
+    auto const root = changes.GetRoot();
+    for (TStringCore const& name : root->GetSortedNames()) {
+        updater->Set(zel::core::KeyPath(name), root->Find(name));
+    }
+    vm.ApplyUpdater(std::move(updater));
+}
+
+void WriteToStream(std::string_view bytes, std::FILE* stream, char const* what) {
+    if (std::fwrite(bytes.data(), 1, bytes.size(), stream) != bytes.size() || std::fflush(stream) != 0) {
+        throw ZelRuntimeException(ZelError::InvalidArgument,
+                                  TStringCore::FromUtf8(std::string("cannot write the ") + what));
+    }
+}
+
+void WriteDiagnostics(RunSettings const& settings, std::FILE* diagnostics) {
+    if (settings.metrics) {
+        std::string const report = Metrics::GetRegistry().Report().ToUtf8();
+        WriteToStream(report.empty() || report.back() == '\n' ? report : report + '\n', diagnostics,
+                      "metrics report");
+    }
+    if (settings.trace) {
+        WriteFileBytes(*settings.trace, Metrics::GetRegistry().ExportTrace(), "trace");
+    }
+}
+
+Outcome RunSteps(RunSettings const& settings, zel::vm::ICancellationTokenSource const* cancel, std::FILE* out) {
+    TStringCore program;
+    std::shared_ptr<zel::core::IDataStore> store;
+    std::shared_ptr<zel::core::IDataStore> changes;
+    {
+        auto const scope = Metrics::OpenScope(L"vtlrun_ReadFiles");
+        program = DecodeProgram(settings.program, ReadFileBytes(settings.program, "program"));
+        store = ReadStoreFile(settings.store, "store");
+        // Read before the first run, so that a bad changes file costs no run.
+        if (settings.changes) {
+            changes = ReadStoreFile(*settings.changes, "changes");
+        }
+    }
+    if (zel::vm::IsCancelled(cancel)) {
+        return Outcome::Cancelled;
+    }
+
+    // The lookup outlives the machine, which keeps references into it.
+    auto const functions = zel::core::MakeBuiltinFunctionLookup();
+    auto const vm = MakeMachine(settings, program, std::move(store), *functions);
+    if (Run(*vm) == TransformStatus::Cancelled) {
+        return Outcome::Cancelled;
+    }
+    if (changes) {
+        ApplyChanges(*vm, *changes);
+        if (Run(*vm) == TransformStatus::Cancelled) {
+            return Outcome::Cancelled;
+        }
+    }
+
+    auto const scope = Metrics::OpenScope(L"vtlrun_WriteResult");
+    auto const result = vm->MaterializeDataStore();
+    if (settings.output) {
+        WriteStoreFile(*result, *settings.output);
+    } else {
+        WriteToStream(FormatStoreJson(*result), out, "result to stdout");
+    }
+    return Outcome::Done;
+}
+
+}  // namespace
+
+Outcome RunProgram(RunSettings const& settings, std::shared_ptr<zel::vm::ICancellationTokenSource> const& cancel,
+                   std::FILE* out, std::FILE* diagnostics) {
+    if (settings.threads) {
+        // Only fails once the pool exists, and nothing has used it yet.
+        TThreadPool::SetNumberOfThreads(*settings.threads);
+    }
+    if (settings.metrics || settings.trace) {
+        MetricsFilter::SetFilter(MetricsFilter::c_allBits);
+    }
+    if (settings.trace) {
+        Metrics::GetRegistry().SetTraceEventLimit(c_traceEventLimit);
+    }
+
+    Outcome outcome;
+    try {
+        outcome = RunSteps(settings, cancel.get(), out);
+    } catch (...) {
+        // The figures of a failed run still help to find out why; the failure itself is what the
+        // user is told about, so a failure to write them is only logged.
+        try {
+            WriteDiagnostics(settings, diagnostics);
+        } catch (ZelException const& e) {
+            zel::core::ZelLog(zel::core::ZelLogLevel::Warning, e.GetText());
+        } catch (...) {
+        }
+        throw;
+    }
+    WriteDiagnostics(settings, diagnostics);
+    return outcome;
+}
+
+}  // namespace vtlrun
