@@ -1,0 +1,210 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+
+#include "core/StoreValueTestSupport.h"
+#include "zel/core/functions/BuiltinFunctions.h"
+#include "zel/core/io/BinaryProtocolReader.h"
+#include "zel/core/io/BinaryProtocolWriter.h"
+#include "zel/core/io/JsonStoreWriter.h"
+#include "zel/core/io/StoreValueParser.h"
+#include "zel/vm/host/VMFactory.h"
+#include "zel/vm/materialize/MakeExecutionGraph.h"
+#include "zel/vm/utility/KeyPathUtil.h"
+#include "zel/vm/vtl/OpCopySpec.h"
+
+namespace zel::vm {
+namespace {
+
+using core::KeyPath;
+using core::ZelError;
+using test::ExpectCheckFailure;
+using test::Int32Array;
+using test::KeyMap;
+
+class FlagSource final : public ICancellationTokenSource {
+public:
+    bool IsCancellationRequested() const override { return flag.load(); }
+    std::atomic<bool> flag{false};
+};
+
+std::string Json(core::IDataStore const& store) {
+    return core::JsonStoreWriter::WriteStore(store);
+}
+
+std::string Json(std::string_view storeText) {
+    return Json(*core::StoreValueParser::MakeDataStore(storeText));
+}
+
+class VMTest : public ::testing::Test {
+protected:
+    std::unique_ptr<VM> Make(std::string_view program, std::string_view store, VMOptions const& options = {}) {
+        return VMFactory::Make(TStringCore::FromUtf8(program), TStringCore::FromUtf8(store), *m_functions, options);
+    }
+
+    std::unique_ptr<core::IFunctionLookup> m_functions = core::MakeBuiltinFunctionLookup();
+};
+
+constexpr std::string_view c_chain = R"(
+input ~init.a : int32
+b : int32 = Copy(~init.a)
+c : int32 = Copy(b)
+)";
+
+TEST_F(VMTest, RunsAProgramAndKeepsTheInputsItDidNotShadow) {
+    auto vm = Make(c_chain, R"({"a": 1, "keep": "x"})");
+    EXPECT_EQ(vm->GetExecutionGraph()->GetNodeCount(), 2u);
+    EXPECT_EQ(vm->Execute(), TransformStatus::Complete);
+    // b is read by c and not wanted by an output statement, yet with no output statement every
+    // edge is retained.
+    EXPECT_EQ(Json(*vm->MaterializeDataStore()), Json(R"({"a": 1, "b": 1, "c": 1, "keep": "x"})"));
+    // Materialising twice gives the same store, and the VM stays usable.
+    EXPECT_EQ(Json(*vm->MaterializeDataStore()), Json(R"({"a": 1, "b": 1, "c": 1, "keep": "x"})"));
+}
+
+TEST_F(VMTest, OutputsShadowInputsAndOutputKeysSelect) {
+    auto vm = Make(R"(
+input ~init.a : int32, ~init.m : keymap
+output a, m2.y
+a : int32 = Copy(~init.m.x)
+m2 : keymap = Copy(~init.m)
+)",
+                   R"({"a": 1, "m": {"x": 5, "y": 6}, "other": 0})");
+    EXPECT_EQ(vm->Execute(), TransformStatus::Complete);
+    EXPECT_EQ(Json(*vm->MaterializeDataStore()), Json(R"({"a": 5, "m2": {"y": 6}})"));
+}
+
+TEST_F(VMTest, NoResultBeforeACompleteRun) {
+    auto vm = Make(c_chain, R"({"a": 1})");
+    EXPECT_EQ(vm->ExecuteNext(), TransformStatus::NotStarted);
+    EXPECT_EQ(vm->GetExecutionGraph()->GetRemainingNodeCount(), 2u);
+    ExpectCheckFailure([&] { vm->MaterializeDataStore(); }, ZelError::GraphNotComplete,
+                       "(m_graphStatus == TransformStatus::Complete)");
+
+    auto cancelled = std::make_shared<FlagSource>();
+    cancelled->flag = true;
+    vm->SetCancellationTokenSource(cancelled);
+    EXPECT_EQ(vm->Execute(), TransformStatus::Cancelled);
+    EXPECT_EQ(vm->GetExecutionGraph()->GetRemainingNodeCount(), 2u);
+    ExpectCheckFailure([&] { vm->MaterializeDataStore(); }, ZelError::GraphNotComplete,
+                       "(m_graphStatus == TransformStatus::Complete)");
+    // A cleared source lets the same VM finish.
+    cancelled->flag = false;
+    EXPECT_EQ(vm->Execute(), TransformStatus::Complete);
+    EXPECT_EQ(Json(*vm->MaterializeDataStore()), Json(R"({"a": 1, "b": 1, "c": 1})"));
+}
+
+TEST_F(VMTest, AnEmptyProgramPassesTheStoreThrough) {
+    auto vm = Make("", R"({"a": [1, 2], "k": {"x": true}})");
+    EXPECT_EQ(vm->GetExecutionGraph()->GetNodeCount(), 0u);
+    EXPECT_EQ(vm->Execute(), TransformStatus::Complete);
+    EXPECT_EQ(Json(*vm->MaterializeDataStore()), Json(R"({"a": [1, 2], "k": {"x": true}})"));
+}
+
+TEST_F(VMTest, ASecondRunSeesTheUpdatedInputs) {
+    auto store = core::StoreValueParser::MakeDataStore(std::string_view(R"({"a": 1, "m": {"x": 1, "y": 2}})"));
+    auto vm = VMFactory::Make(TStringCore::FromUtf8(R"(
+input ~init.a : int32, ~init.m : keymap
+b : int32 = Copy(~init.a)
+n : keymap = Copy(~init.m)
+)"),
+                              store, *m_functions);
+    EXPECT_EQ(vm->Execute(), TransformStatus::Complete);
+    auto const first = Json(*vm->MaterializeDataStore());
+
+    auto updater = vm->MakeDataStoreUpdater();
+    updater->Set(KeyPath(L"a"), Int32Array({4})).Set(KeyPath(L"m"), KeyMap({{L"y", Int32Array({9})}}));
+    vm->ApplyUpdater(std::move(updater));
+    // The buffers were cleared: outputs of the first run are gone until the next run.
+    EXPECT_THROW(vm->MaterializeDataStore()->GetValue(KeyPath(L"b")), core::ZelRuntimeException);
+    EXPECT_EQ(vm->Execute(), TransformStatus::Complete);
+    EXPECT_EQ(Json(*vm->MaterializeDataStore()),
+              Json(R"({"a": [4], "b": [4], "m": {"x": 1, "y": [9]}, "n": {"x": 1, "y": [9]}})"));
+    // The caller's store and the store given away before are untouched.
+    EXPECT_EQ(Json(*store), Json(R"({"a": 1, "m": {"x": 1, "y": 2}})"));
+    EXPECT_EQ(first, Json(R"({"a": 1, "b": 1, "m": {"x": 1, "y": 2}, "n": {"x": 1, "y": 2}})"));
+}
+
+TEST_F(VMTest, AnUpdateBeforeTheFirstRunIsSeenByIt) {
+    auto vm = Make(c_chain, R"({"a": 1})");
+    auto updater = vm->MakeDataStoreUpdater();
+    updater->Set(KeyPath(L"a"), Int32Array({3}));
+    vm->ApplyUpdater(std::move(updater));
+    EXPECT_EQ(vm->Execute(), TransformStatus::Complete);
+    EXPECT_EQ(Json(*vm->MaterializeDataStore()), Json(R"({"a": [3], "b": [3], "c": [3]})"));
+    // An empty update on a finished VM still clears and refeeds everything.
+    vm->ApplyUpdater(vm->MakeDataStoreUpdater());
+    EXPECT_EQ(vm->Execute(), TransformStatus::Complete);
+    EXPECT_EQ(Json(*vm->MaterializeDataStore()), Json(R"({"a": [3], "b": [3], "c": [3]})"));
+}
+
+TEST(DataStoreUpdater, FlattensKeyMapsAndKeepsTheLastValue) {
+    auto store = core::StoreValueParser::MakeDataStore(std::string_view(R"({"~init": {"a": 1, "k": {"x": 1, "y": 1}}})"));
+    DataStoreUpdater updater;
+    updater.Set(KeyPath(L"a"), Int32Array({2})).Set(KeyPath(L"a"), Int32Array({3}));
+    updater.Set(KeyPath(L"k"), KeyMap({{L"x", Int32Array({5})}, {L"y", Int32Array({6})}}));
+    ChangedKeySet const changed = updater.PushChanges(*store);
+    EXPECT_EQ(changed, (ChangedKeySet{KeyPath(L"a"), KeyPath::FromTexts({L"k", L"x"}),
+                                      KeyPath::FromTexts({L"k", L"y"})}));
+    EXPECT_EQ(Json(*store), Json(R"({"~init": {"a": [3], "k": {"x": [5], "y": [6]}}})"));
+    EXPECT_TRUE(updater.PushChanges(*store).empty());
+
+    updater.Set(KeyPathUtil::AddInitial(KeyPath(L"a")), Int32Array({1}));
+    ExpectCheckFailure([&] { updater.PushChanges(*store); }, ZelError::AlreadyInitialPath,
+                       "(keySegments[0]->GetSegment() != c_InitialSegment)");
+}
+
+TEST_F(VMTest, BadProgramsAndStoresFailInMake) {
+    EXPECT_THROW(Make("b = Copy(", "{}"), core::ZelRuntimeException);
+    EXPECT_THROW(Make(c_chain, "{"), core::ZelRuntimeException);
+    // A well-formed program whose operator has no transform yet.
+    EXPECT_THROW(Make("input ~init.a : array<double>\nb : array<double> = Map(~init.a) fn negate()", R"({"a": [1.5]})"),
+                 core::ZelRuntimeException);
+}
+
+// The instruction overloads, with the caller's builder and type lookup, over JSON and binary.
+TEST_F(VMTest, InstructionsBuildTheSameMachine) {
+    KeyPath const input = KeyPathUtil::AddInitial(KeyPath(L"a"));
+    std::vector<std::shared_ptr<ExecutionGraphBuilderInstruction>> instructions;
+    instructions.push_back(ExecutionGraphBuilderInstruction::AddNode(0, OpCopySpec::Create(input, KeyPath(L"b"))));
+    instructions.push_back(ExecutionGraphBuilderInstruction::AddEdge({}, {0}, input, false));
+    instructions.push_back(ExecutionGraphBuilderInstruction::AddEdge({0}, {}, KeyPath(L"b"), true));
+    core::KeyPathTypeLookup const types;
+    core::OutputKeySet const wanted{KeyPath(L"b")};
+
+    auto jsonBuilder = SerialExecutionGraphBuilder::Make();
+    auto fromJson = VMFactory::Make(instructions, TStringCore(L"{\"a\": 8}"), wanted, *jsonBuilder, *m_functions,
+                                    types, VMOptions());
+    EXPECT_EQ(fromJson->Execute(), TransformStatus::Complete);
+    EXPECT_EQ(Json(*fromJson->MaterializeDataStore()), Json(R"({"b": 8})"));
+
+    std::vector<std::uint8_t> const bytes = core::BinaryProtocolWriter::WriteStore(*core::StoreValueParser::MakeDataStore(
+        std::string_view(R"({"a": 9})")));
+    core::BinaryProtocolReader reader(bytes);
+    auto binaryBuilder = SerialExecutionGraphBuilder::Make();
+    auto fromBinary = VMFactory::Make(instructions, reader, wanted, *binaryBuilder, *m_functions, types, VMOptions());
+    EXPECT_EQ(fromBinary->Execute(), TransformStatus::Complete);
+    EXPECT_EQ(Json(*fromBinary->MaterializeDataStore()), Json(R"({"b": 9})"));
+
+    // A finished graph over a store.
+    auto store = core::StoreValueParser::MakeDataStore(std::string_view(R"({"a": 10})"));
+    auto graphBuilder = SerialExecutionGraphBuilder::Make();
+    auto graph = MakeExecutionGraph(instructions, *store, wanted, *graphBuilder, *m_functions, types, VMOptions());
+    auto inProc = VMFactory::Make(std::move(graph), *store);
+    EXPECT_EQ(inProc->Execute(), TransformStatus::Complete);
+    EXPECT_EQ(Json(*inProc->MaterializeDataStore()), Json(R"({"b": 10})"));
+    EXPECT_GT(inProc->GetMemoryUsage()->GetTotalBytes(), 0u);
+}
+
+TEST_F(VMTest, InstructionsOutOfOrderFail) {
+    core::KeyPathTypeLookup const types;
+    auto builder = SerialExecutionGraphBuilder::Make();
+    std::vector<std::shared_ptr<ExecutionGraphBuilderInstruction>> edgeFirst;
+    edgeFirst.push_back(ExecutionGraphBuilderInstruction::AddEdge({0}, {}, KeyPath(L"b"), true));
+    ExpectCheckFailure(
+        [&] { VMFactory::Make(edgeFirst, TStringCore(L"{}"), {}, *builder, *m_functions, types, VMOptions()); },
+        ZelError::EdgeSourceMissing, "(source != m_nodes.end())");
+}
+
+}  // namespace
+}  // namespace zel::vm
