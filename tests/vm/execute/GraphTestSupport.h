@@ -1,6 +1,6 @@
 #pragma once
 
-// Small transforms and a graph-building helper for the tests of nodes, buffers and graphs.
+// Transforms whose work is a callable, and a fixture that builds a graph from them.
 
 #include <gtest/gtest.h>
 
@@ -8,8 +8,6 @@
 #include <initializer_list>
 #include <memory>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 #include "support/CheckFailure.h"
@@ -17,27 +15,20 @@
 #include "zel/core/io/StoreValueParser.h"
 #include "zel/core/store/StoreValueFactory.h"
 #include "zel/core/store/StoreValueUtil.h"
-#include "zel/vm/execute/IExecutionGraph.h"
 #include "zel/vm/materialize/IExecutionGraphBuilder.h"
-#include "zel/vm/transform/Transform.h"
 
 namespace zel::vm::test {
 
 using ::zel::test::ExpectCheckFailure;
 using core::KeyPath;
 using Value = std::shared_ptr<core::StoreValue>;
-using Body = std::function<TransformValues(TransformValues const& inputs, ICancellationTokenSource const* cancel)>;
+using Body = std::function<TransformValues(TransformValues const&, ICancellationTokenSource const*)>;
 using RunLog = std::vector<unsigned int>;
 
-inline KeyPath P(wchar_t const* text) {
-    return KeyPath::Parse(text);
-}
+inline KeyPath P(wchar_t const* text) { return KeyPath::Parse(text); }
+inline Value Int(int value) { return core::factory::MakeInt32(value); }
 
-inline Value Int(int value) {
-    return core::factory::MakeInt32(value);
-}
-
-// A transform whose work is a callable; every run appends its id to a shared log.
+// Appends its id to a shared log on every run.
 class TestTransform final : public Transform {
 public:
     TestTransform(unsigned int id, Body body, std::shared_ptr<RunLog> log, TStringCore metrics)
@@ -60,54 +51,54 @@ private:
     TStringCore m_metrics;
 };
 
-// A body that yields `values` whatever its inputs.
-inline Body Yield(std::initializer_list<std::pair<wchar_t const*, Value>> values) {
-    TransformValues outputs;
-    for (auto const& [path, value] : values) {
-        outputs.SetValue(P(path), value);
-    }
+// Yields `outputs` whatever the inputs.
+inline Body Yield(TransformValues outputs = {}) {
     return [outputs](TransformValues const&, ICancellationTokenSource const*) { return outputs; };
 }
 
-// A body that yields, under `to`, the sum of the int32 inputs at `from`.
-inline Body Sum(std::vector<std::wstring> from, wchar_t const* to) {
-    return [from = std::move(from), to = P(to)](TransformValues const& inputs, ICancellationTokenSource const*) {
+// Yields under `to` the sum of the int32 inputs at `from`.
+inline Body Sum(std::initializer_list<wchar_t const*> paths, wchar_t const* to) {
+    std::vector<KeyPath> from;
+    for (wchar_t const* path : paths) {
+        from.push_back(P(path));
+    }
+    return [from, to = P(to)](TransformValues const& inputs, ICancellationTokenSource const*) {
         int sum = 0;
-        for (auto const& path : from) {
-            sum += core::FetchStoreValue<int>(inputs.GetValue(P(path.c_str())));
+        for (KeyPath const& path : from) {
+            sum += core::FetchStoreValue<int>(inputs.GetValue(path));
         }
-        TransformValues outputs;
-        outputs.SetValue(to, Int(sum));
-        return outputs;
+        return TransformValues{{to, Int(sum)}};
     };
 }
 
-// A cancellation source that the test (or a transform) flips.
 class FlagSource final : public ICancellationTokenSource {
 public:
     bool IsCancellationRequested() const override { return cancelled; }
     bool cancelled = false;
 };
 
-// Builds a graph node by node and edge by edge, and runs the log of which node ran when.
 class GraphTest : public ::testing::Test {
 protected:
-    void Node(unsigned int id, Body body = Yield({}), TStringCore metrics = L"Test") {
+    void Node(unsigned int id, Body body = Yield(), TStringCore metrics = L"Test") {
         m_builder->AddNode(id, std::make_shared<TestTransform>(id, std::move(body), m_log, std::move(metrics)));
     }
     void Edge(std::vector<unsigned int> const& sources, std::vector<unsigned int> const& sinks, wchar_t const* key,
               bool retain = true) {
         m_builder->AddEdge(sources, sinks, P(key), retain);
     }
-    std::unique_ptr<IExecutionGraph> Build(std::string_view json = "{}",
-                                           std::initializer_list<wchar_t const*> outputKeys = {}) {
-        OutputKeySet keys;
-        for (wchar_t const* key : outputKeys) {
-            keys.insert(P(key));
+    std::unique_ptr<IExecutionGraph> Build(std::string_view json = "{}", std::vector<wchar_t const*> keys = {}) {
+        OutputKeySet outputKeys;
+        for (wchar_t const* key : keys) {
+            outputKeys.insert(P(key));
         }
-        return m_builder->Build(*core::StoreValueParser::MakeDataStore(json), keys);
+        return m_builder->Build(*core::StoreValueParser::MakeDataStore(json), outputKeys);
     }
-
+    // The working store of a second run: the inputs under "~init".
+    static void Feed(IExecutionGraph& graph, std::string_view inputs = "{}") {
+        graph.ClearBuffers({});
+        auto const store = core::StoreValueParser::MakeDataStore("{\"~init\": " + std::string(inputs) + "}");
+        graph.UpdateInputs({}, *store);
+    }
     static std::string Result(IExecutionGraph const& graph) {
         return core::JsonStoreWriter::WriteStore(*graph.MaterializeDataStore());
     }
