@@ -66,18 +66,18 @@ exit status: 0 done, 1 failed (one "error CODE (Name): text" on stderr), 2 bad c
 CommandLine ParseCommandLine(int argc, char const* const* argv) {
     po::options_description options;
     // Counts are read as text and checked by ParseCount.
-    options.add_options()                                        //
-        ("help,h", "")                                           //
-        ("list-functions", "")                                   //
-        ("output,o", po::value<std::string>(), "")               //
-        ("update", po::value<std::string>(), "")                 //
-        ("threads", po::value<std::string>(), "")                //
-        ("block-size", po::value<std::string>(), "")             //
-        ("no-parallel", "")                                      //
-        ("no-vectorise", "")                                     //
-        ("metrics", "")                                          //
-        ("trace", po::value<std::string>(), "")                  //
-        ("log-level", po::value<std::string>(), "")              //
+    options.add_options()                             //
+        ("help,h", "")                                //
+        ("list-functions", "")                        //
+        ("output,o", po::value<std::string>(), "")    //
+        ("update", po::value<std::string>(), "")      //
+        ("threads", po::value<std::string>(), "")     //
+        ("block-size", po::value<std::string>(), "")  //
+        ("no-parallel", "")                           //
+        ("no-vectorise", "")                          //
+        ("metrics", "")                               //
+        ("trace", po::value<std::string>(), "")       //
+        ("log-level", po::value<std::string>(), "")   //
         ("files", po::value<std::vector<std::string>>(), "");
     po::positional_options_description positional;
     positional.add("files", -1);
@@ -86,8 +86,9 @@ CommandLine ParseCommandLine(int argc, char const* const* argv) {
     try {
         // No guessing of abbreviated option names: "--meta" is an error, not "--metrics".
         auto const style = po::command_line_style::default_style & ~po::command_line_style::allow_guessing;
-        po::store(po::command_line_parser(argc, argv).options(options).positional(positional).style(style).run(),
-                  values);
+        po::store(
+            po::command_line_parser(argc, argv).options(options).positional(positional).style(style).run(),
+            values);
         po::notify(values);
     } catch (po::error const& e) {
         throw UsageError(e.what());
@@ -138,7 +139,8 @@ CommandLine ParseCommandLine(int argc, char const* const* argv) {
         settings.vmOptions.SetMaxWorkerThreadsToUse(*settings.threads);
     }
     if (auto const blockSize = text("block-size")) {
-        settings.vmOptions.SetBaseVectorizationBlockSize(ParseCount("block-size", *blockSize, 1, c_maxBlockSize));
+        settings.vmOptions.SetBaseVectorizationBlockSize(
+            ParseCount("block-size", *blockSize, 1, c_maxBlockSize));
     }
     if (values.count("no-parallel") != 0) {
         settings.vmOptions.SetUseParallelTransforms(false);
@@ -149,8 +151,8 @@ CommandLine ParseCommandLine(int argc, char const* const* argv) {
     if (auto const level = text("log-level")) {
         auto const parsed = zel::core::ParseZelLogLevel(*level);
         if (!parsed) {
-            throw UsageError("--log-level takes error, warning, info, debug, trace or 0 to 4, not \"" + *level +
-                             "\"");
+            throw UsageError("--log-level takes error, warning, info, debug, trace or 0 to 4, not \"" +
+                             *level + "\"");
         }
         settings.logLevel = *parsed;
     }

@@ -48,9 +48,10 @@ TStringCore DecodeProgram(std::filesystem::path const& path, std::vector<std::ui
         } catch (ZelException const& failure) {
             throw ZelRuntimeException(failure.GetError(), PlaceInProgram(path, failure.GetText()));
         }
-        throw ZelRuntimeException(ZelError::VtlSyntaxError,
-                                  PathText(path) + TStringCore::FromUtf8(": bytes that are not UTF-8 at byte " +
-                                                                         std::to_string(e.GetOffset())));
+        throw ZelRuntimeException(
+            ZelError::VtlSyntaxError,
+            PathText(path) +
+                TStringCore::FromUtf8(": bytes that are not UTF-8 at byte " + std::to_string(e.GetOffset())));
     }
 }
 
@@ -72,8 +73,9 @@ std::unique_ptr<zel::vm::VM> MakeMachine(RunSettings const& settings, TStringCor
 TransformStatus Run(zel::vm::VM& vm) {
     TransformStatus const status = vm.Execute();
     if (status != TransformStatus::Complete && status != TransformStatus::Cancelled) {
-        throw ZelRuntimeException(ZelError::GraphNotComplete,
-                                  L"the run stopped with status " + TStringCore(std::to_wstring(static_cast<int>(status))));
+        throw ZelRuntimeException(
+            ZelError::GraphNotComplete,
+            L"the run stopped with status " + TStringCore(std::to_wstring(static_cast<int>(status))));
     }
     return status;
 }
@@ -107,7 +109,8 @@ void WriteDiagnostics(RunSettings const& settings, std::FILE* diagnostics) {
     }
 }
 
-Outcome RunSteps(RunSettings const& settings, zel::vm::ICancellationTokenSource const* cancel, std::FILE* out) {
+Outcome RunSteps(RunSettings const& settings, zel::vm::ICancellationTokenSource const* cancel,
+                 std::FILE* out) {
     TStringCore program;
     std::shared_ptr<zel::core::IDataStore> store;
     std::shared_ptr<zel::core::IDataStore> changes;
@@ -149,8 +152,9 @@ Outcome RunSteps(RunSettings const& settings, zel::vm::ICancellationTokenSource 
 
 }  // namespace
 
-Outcome RunProgram(RunSettings const& settings, std::shared_ptr<zel::vm::ICancellationTokenSource> const& cancel,
-                   std::FILE* out, std::FILE* diagnostics) {
+Outcome RunProgram(RunSettings const& settings,
+                   std::shared_ptr<zel::vm::ICancellationTokenSource> const& cancel, std::FILE* out,
+                   std::FILE* diagnostics) {
     if (settings.threads) {
         // Only fails once the pool exists, and nothing has used it yet.
         TThreadPool::SetNumberOfThreads(*settings.threads);

@@ -15,7 +15,8 @@ enum class Outcome { Done, Cancelled };
 // trace file when asked for, also after a failed or cancelled run. Failures are exceptions: a
 // ZelException whose text names the file concerned, for a program error with its line and column.
 // `cancel` is polled between the steps and by the machine between nodes.
-Outcome RunProgram(RunSettings const& settings, std::shared_ptr<zel::vm::ICancellationTokenSource> const& cancel,
-                   std::FILE* out, std::FILE* diagnostics);
+Outcome RunProgram(RunSettings const& settings,
+                   std::shared_ptr<zel::vm::ICancellationTokenSource> const& cancel, std::FILE* out,
+                   std::FILE* diagnostics);
 
 }  // namespace vtlrun

@@ -86,7 +86,8 @@ void WriteFileBytes(std::filesystem::path const& path, std::string_view bytes, c
     if (!file) {
         ThrowFileError(action, path, errno);
     }
-    if (std::fwrite(bytes.data(), 1, bytes.size(), file.get()) != bytes.size() || std::fflush(file.get()) != 0) {
+    if (std::fwrite(bytes.data(), 1, bytes.size(), file.get()) != bytes.size() ||
+        std::fflush(file.get()) != 0) {
         ThrowFileError(action, path, errno != 0 ? errno : EIO);
     }
     // fclose can still report a failed write (a full disk on a network file system).
@@ -98,7 +99,8 @@ void WriteFileBytes(std::filesystem::path const& path, std::string_view bytes, c
 void WriteStoreFile(zel::core::IDataStore const& store, std::filesystem::path const& path) {
     if (path.extension() == ".bin") {
         std::vector<std::uint8_t> const bytes = zel::core::BinaryProtocolWriter::WriteStore(store);
-        WriteFileBytes(path, std::string_view(reinterpret_cast<char const*>(bytes.data()), bytes.size()), "result");
+        WriteFileBytes(path, std::string_view(reinterpret_cast<char const*>(bytes.data()), bytes.size()),
+                       "result");
     } else {
         WriteFileBytes(path, FormatStoreJson(store), "result");
     }

@@ -58,7 +58,8 @@ int Main(int argc, char** argv) {
     try {
         commandLine = vtlrun::ParseCommandLine(argc, argv);
     } catch (vtlrun::UsageError const& e) {
-        Print(stderr, std::string("vtlrun: ") + e.what() + "\nusage: vtlrun PROGRAM.vtl STORE [options]; vtlrun --help says more\n");
+        Print(stderr, std::string("vtlrun: ") + e.what() +
+                          "\nusage: vtlrun PROGRAM.vtl STORE [options]; vtlrun --help says more\n");
         return c_exitUsage;
     }
 
