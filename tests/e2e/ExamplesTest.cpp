@@ -1,0 +1,163 @@
+// Every directory of examples/ runs through the library and through vtlrun, and each must give
+// the expected store byte for byte. examples/README.md describes the layout.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "e2e/E2eSupport.h"
+#include "zel/core/functions/BuiltinFunctions.h"
+#include "zel/core/io/BinaryProtocolWriter.h"
+#include "zel/core/io/JsonStoreWriter.h"
+#include "zel/core/io/StoreValueParser.h"
+#include "zel/vm/host/VMFactory.h"
+
+namespace zel::test::e2e {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Example {
+    std::string name;
+    fs::path dir;
+
+    std::string Read(char const* file) const { return ReadFile(dir / file); }
+    bool HasUpdate() const { return fs::exists(dir / "changes.json"); }
+};
+
+void PrintTo(Example const& example, std::ostream* out) {
+    *out << example.name;
+}
+
+std::vector<Example> ListExamples() {
+    std::vector<Example> examples;
+    for (fs::directory_entry const& entry : fs::directory_iterator(ExamplesDir())) {
+        if (entry.is_directory()) {
+            examples.push_back({entry.path().filename().string(), entry.path()});
+        }
+    }
+    std::sort(examples.begin(), examples.end(),
+              [](Example const& a, Example const& b) { return a.name < b.name; });
+    return examples;
+}
+
+// As vtlrun prints a store.
+std::string Printed(core::IDataStore const& store) {
+    return core::JsonStoreWriter::WriteStore(store) + "\n";
+}
+
+class Examples : public ::testing::TestWithParam<Example> {};
+
+TEST(ExampleSet, IsNotEmptyAndEachExampleIsComplete) {
+    auto const examples = ListExamples();
+    ASSERT_FALSE(examples.empty()) << ExamplesDir();
+    for (Example const& example : examples) {
+        for (char const* file : {"program.vtl", "store.json", "expected.json"}) {
+            EXPECT_TRUE(fs::exists(example.dir / file)) << example.name << " lacks " << file;
+        }
+        EXPECT_EQ(example.HasUpdate(), fs::exists(example.dir / "expected-after-update.json"))
+            << example.name << ": changes.json and expected-after-update.json come together";
+    }
+}
+
+TEST_P(Examples, TheLibraryGivesTheExpectedStore) {
+    Example const& example = GetParam();
+    std::shared_ptr<core::IDataStore> const store =
+        core::StoreValueParser::MakeDataStore(example.Read("store.json"));
+    std::string const storeBefore = Printed(*store);
+    auto const functions = core::MakeBuiltinFunctionLookup();
+    auto const vm = vm::VMFactory::Make(TStringCore::FromUtf8(example.Read("program.vtl")), store, *functions,
+                                        vm::VMOptions());
+
+    ASSERT_EQ(vm->Execute(), vm::TransformStatus::Complete);
+    EXPECT_EQ(Printed(*vm->MaterializeDataStore()), example.Read("expected.json"));
+
+    if (example.HasUpdate()) {
+        auto const changes = core::StoreValueParser::MakeDataStore(example.Read("changes.json"));
+        auto updater = vm->MakeDataStoreUpdater();
+        auto const root = changes->GetRoot();
+        for (TStringCore const& name : root->GetSortedNames()) {
+            updater->Set(core::KeyPath(name), root->Find(name));
+        }
+        vm->ApplyUpdater(std::move(updater));
+        ASSERT_EQ(vm->Execute(), vm::TransformStatus::Complete);
+        EXPECT_EQ(Printed(*vm->MaterializeDataStore()), example.Read("expected-after-update.json"));
+    }
+    // The machine works on a clone: neither the runs nor the update reach the caller's store.
+    EXPECT_EQ(Printed(*store), storeBefore);
+}
+
+std::vector<std::string> Arguments(Example const& example, std::vector<std::string> options) {
+    std::vector<std::string> arguments = {(example.dir / "program.vtl").string(),
+                                          (example.dir / "store.json").string()};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    return arguments;
+}
+
+TEST_P(Examples, VtlrunPrintsTheExpectedStore) {
+    Example const& example = GetParam();
+    ProcessResult const first = RunVtlrun(Arguments(example, {}));
+    EXPECT_EQ(first.exitCode, 0) << first.err;
+    EXPECT_EQ(first.out, example.Read("expected.json"));
+    EXPECT_EQ(first.err, "");
+
+    if (example.HasUpdate()) {
+        ProcessResult const second =
+            RunVtlrun(Arguments(example, {"--update", (example.dir / "changes.json").string()}));
+        EXPECT_EQ(second.exitCode, 0) << second.err;
+        EXPECT_EQ(second.out, example.Read("expected-after-update.json"));
+        EXPECT_EQ(second.err, "");
+    }
+}
+
+// The binary protocol in and out, on one thread, one row per block, without the parallel and
+// vectorised paths: the same result.
+TEST_P(Examples, VtlrunGivesTheSameStoreFromBinaryWithEveryOptionTurnedDown) {
+    Example const& example = GetParam();
+    ScratchDir const scratch;
+    auto const toBinary = [&](char const* json, std::string const& name) {
+        auto const bytes = core::BinaryProtocolWriter::WriteStore(
+            *core::StoreValueParser::MakeDataStore(example.Read(json)));
+        return scratch.Write(name, std::string(bytes.begin(), bytes.end())).string();
+    };
+    std::string const store = toBinary("store.json", "store.bin");
+    std::string const result = (scratch.Path() / "result.bin").string();
+    std::vector<std::string> arguments = {(example.dir / "program.vtl").string(),
+                                          store,
+                                          "-o",
+                                          result,
+                                          "--threads",
+                                          "1",
+                                          "--block-size",
+                                          "1",
+                                          "--no-parallel",
+                                          "--no-vectorise"};
+    char const* expected = "expected.json";
+    if (example.HasUpdate()) {
+        arguments.insert(arguments.end(), {"--update", toBinary("changes.json", "changes.bin")});
+        expected = "expected-after-update.json";
+    }
+
+    ProcessResult const run = RunVtlrun(arguments);
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(run.out, "");
+    ASSERT_TRUE(ReadFile(result).starts_with("VRST"));
+    EXPECT_EQ(Printed(*core::StoreValueParser::MakeDataStoreFromFile(result)), example.Read(expected));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Examples, ::testing::ValuesIn(ListExamples()),
+                         [](::testing::TestParamInfo<Example> const& info) {
+                             std::string name = info.param.name;
+                             std::replace_if(
+                                 name.begin(), name.end(),
+                                 [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); }, '_');
+                             return name;
+                         });
+
+}  // namespace
+}  // namespace zel::test::e2e
