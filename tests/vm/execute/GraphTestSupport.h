@@ -19,14 +19,18 @@
 
 namespace zel::vm::test {
 
-using ::zel::test::ExpectCheckFailure;
 using core::KeyPath;
+using ::zel::test::ExpectCheckFailure;
 using Value = std::shared_ptr<core::StoreValue>;
 using Body = std::function<TransformValues(TransformValues const&, ICancellationTokenSource const*)>;
 using RunLog = std::vector<unsigned int>;
 
-inline KeyPath P(wchar_t const* text) { return KeyPath::Parse(text); }
-inline Value Int(int value) { return core::factory::MakeInt32(value); }
+inline KeyPath P(wchar_t const* text) {
+    return KeyPath::Parse(text);
+}
+inline Value Int(int value) {
+    return core::factory::MakeInt32(value);
+}
 
 // Appends its id to a shared log on every run.
 class TestTransform final : public Transform {
@@ -34,7 +38,8 @@ public:
     TestTransform(unsigned int id, Body body, std::shared_ptr<RunLog> log, TStringCore metrics)
         : m_id(id), m_body(std::move(body)), m_log(std::move(log)), m_metrics(std::move(metrics)) {}
 
-    TransformValues DoTransform(TransformValues const& inputs, ICancellationTokenSource const* cancel) const override {
+    TransformValues DoTransform(TransformValues const& inputs,
+                                ICancellationTokenSource const* cancel) const override {
         m_log->push_back(m_id);
         return m_body(inputs, cancel);
     }
@@ -80,13 +85,15 @@ public:
 class GraphTest : public ::testing::Test {
 protected:
     void Node(unsigned int id, Body body = Yield(), TStringCore metrics = L"Test") {
-        m_builder->AddNode(id, std::make_shared<TestTransform>(id, std::move(body), m_log, std::move(metrics)));
+        m_builder->AddNode(id,
+                           std::make_shared<TestTransform>(id, std::move(body), m_log, std::move(metrics)));
     }
-    void Edge(std::vector<unsigned int> const& sources, std::vector<unsigned int> const& sinks, wchar_t const* key,
-              bool retain = true) {
+    void Edge(std::vector<unsigned int> const& sources, std::vector<unsigned int> const& sinks,
+              wchar_t const* key, bool retain = true) {
         m_builder->AddEdge(sources, sinks, P(key), retain);
     }
-    std::unique_ptr<IExecutionGraph> Build(std::string_view json = "{}", std::vector<wchar_t const*> keys = {}) {
+    std::unique_ptr<IExecutionGraph> Build(std::string_view json = "{}",
+                                           std::vector<wchar_t const*> keys = {}) {
         OutputKeySet outputKeys;
         for (wchar_t const* key : keys) {
             outputKeys.insert(P(key));

@@ -143,7 +143,8 @@ TEST_F(GraphTest, TheBuilderRefusesDuplicatesUnknownEndsAndAWrongShape) {
     ExpectCheckFailure([&] { Edge({1}, {0}, L"x", false); }, ZelError::DuplicateBuffer, "(result.second)");
     ExpectCheckFailure([&] { Edge({}, {0}, L"input"); }, ZelError::InitialKeyExpected,
                        "(KeyPathUtil::Initial().IsPrefixOf(key))");
-    ExpectCheckFailure([&] { Edge({2}, {0}, L"y"); }, ZelError::EdgeSourceMissing, "(source != m_nodes.end())");
+    ExpectCheckFailure([&] { Edge({2}, {0}, L"y"); }, ZelError::EdgeSourceMissing,
+                       "(source != m_nodes.end())");
     ExpectCheckFailure([&] { Edge({0}, {2}, L"z"); }, ZelError::EdgeSinkMissing, "(sink != m_nodes.end())");
 
     m_builder = SerialExecutionGraphBuilder::Make();

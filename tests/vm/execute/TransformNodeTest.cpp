@@ -23,7 +23,8 @@ public:
 };
 
 TransformNode MakeNode(Body body) {
-    return TransformNode(std::make_shared<TestTransform>(0, std::move(body), std::make_shared<RunLog>(), L""));
+    return TransformNode(
+        std::make_shared<TestTransform>(0, std::move(body), std::make_shared<RunLog>(), L""));
 }
 
 TEST(TransformNodeTest, OutputsAreFoundDirectlyOrAsMembersOfAnAncestorKeyMap) {
@@ -48,7 +49,8 @@ TEST(TransformNodeTest, OutputsAreFoundDirectlyOrAsMembersOfAnAncestorKeyMap) {
 
     node.AddInput(P(L"empty"), std::make_shared<Slot>());
     EXPECT_FALSE(node.InputsReady());
-    ExpectCheckFailure([&] { node.Execute(nullptr); }, core::ZelError::LogicFailure, "(inputBuffer->CanRead())");
+    ExpectCheckFailure([&] { node.Execute(nullptr); }, core::ZelError::LogicFailure,
+                       "(inputBuffer->CanRead())");
 }
 
 TEST(TransformNodeTest, AnOutputWithNoValueAtItOrAnyAncestorFailsAfterTheEarlierOutputsAreWritten) {

@@ -38,7 +38,8 @@ std::unique_ptr<Metrics::Scope> OpenNodeScope(Transform const& transform) {
 
 DataFlowExecutionGraph::DataFlowExecutionGraph(NodeMap&& nodes, SuccessorSets&& edges,
                                                std::unique_ptr<ExternalInputMap> externalInputs,
-                                               BufferMap const& bufferMap, core::OutputKeySet const& outputKeys)
+                                               BufferMap const& bufferMap,
+                                               core::OutputKeySet const& outputKeys)
     : m_nodes(std::move(nodes)),
       m_edges(std::move(edges)),
       m_buffers(BuffersOf(bufferMap)),

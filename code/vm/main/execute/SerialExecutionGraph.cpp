@@ -15,8 +15,9 @@ namespace {
 // no id waits twice.
 class SerialExecutionGraph final : public DataFlowExecutionGraph {
 public:
-    SerialExecutionGraph(NodeMap&& nodes, SuccessorSets&& edges, std::unique_ptr<ExternalInputMap> externalInputs,
-                         BufferMap const& bufferMap, core::OutputKeySet const& outputKeys)
+    SerialExecutionGraph(NodeMap&& nodes, SuccessorSets&& edges,
+                         std::unique_ptr<ExternalInputMap> externalInputs, BufferMap const& bufferMap,
+                         core::OutputKeySet const& outputKeys)
         : DataFlowExecutionGraph(std::move(nodes), std::move(edges), std::move(externalInputs), bufferMap,
                                  outputKeys) {
         // The builder has fed the external inputs, so the first work is ready now.
@@ -81,8 +82,8 @@ std::unique_ptr<IExecutionGraph> MakeSerialExecutionGraph(NodeMap&& nodes, Succe
                                                           std::unique_ptr<ExternalInputMap> externalInputs,
                                                           BufferMap const& bufferMap,
                                                           core::OutputKeySet const& outputKeys) {
-    return std::make_unique<SerialExecutionGraph>(std::move(nodes), std::move(edges), std::move(externalInputs),
-                                                  bufferMap, outputKeys);
+    return std::make_unique<SerialExecutionGraph>(std::move(nodes), std::move(edges),
+                                                  std::move(externalInputs), bufferMap, outputKeys);
 }
 
 }  // namespace zel::vm

@@ -26,7 +26,8 @@ private:
 // expected readers a read never empties it.
 class SelfResettingBufferImpl final : public SelfResettingBuffer {
 public:
-    explicit SelfResettingBufferImpl(unsigned long long expectedReaders) : m_expectedReaders(expectedReaders) {}
+    explicit SelfResettingBufferImpl(unsigned long long expectedReaders)
+        : m_expectedReaders(expectedReaders) {}
 
     bool CanRead() const override { return m_value != nullptr; }
     std::shared_ptr<core::StoreValue> Peek() const override { return m_value; }
@@ -76,14 +77,16 @@ void StoreValueTransformBufferFactory::Register(core::KeyPath const& key,
 }
 
 std::shared_ptr<StoreValueTransformBuffer> StoreValueTransformBufferFactory::MakeBuffer(
-    core::KeyPath const& key, std::vector<unsigned int> const& sources, std::vector<unsigned int> const& sinks) {
+    core::KeyPath const& key, std::vector<unsigned int> const& sources,
+    std::vector<unsigned int> const& sinks) {
     auto buffer = std::make_shared<StoreValueTransformBufferImpl>();
     Register(key, buffer, sources, sinks);
     return buffer;
 }
 
 std::shared_ptr<StoreValueTransformBuffer> StoreValueTransformBufferFactory::MakeSelfResettingBuffer(
-    core::KeyPath const& key, std::vector<unsigned int> const& sources, std::vector<unsigned int> const& sinks) {
+    core::KeyPath const& key, std::vector<unsigned int> const& sources,
+    std::vector<unsigned int> const& sinks) {
     // A sink named twice reads twice, so it counts twice.
     auto buffer = std::make_shared<SelfResettingBufferImpl>(sinks.size());
     Register(key, buffer, sources, sinks);
@@ -101,7 +104,8 @@ void StoreValueTransformBufferFactory::AddMissingStoreKeys(core::IDataStore cons
     }
 }
 
-std::unique_ptr<ExternalInputMap> StoreValueTransformBufferFactory::BindStoreValues(core::IDataStore const& store) {
+std::unique_ptr<ExternalInputMap> StoreValueTransformBufferFactory::BindStoreValues(
+    core::IDataStore const& store) {
     AddMissingStoreKeys(store);
     for (auto const& [key, input] : *m_externalInputs) {
         ZEL_CHECK(KeyPathUtil::Initial().IsPrefixOf(key), core::ZelError::InitialKeyExpected);

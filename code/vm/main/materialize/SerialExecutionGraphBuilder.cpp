@@ -55,7 +55,8 @@ public:
         }
     }
 
-    std::unique_ptr<IExecutionGraph> Build(core::IDataStore const& store, OutputKeySet const& outputKeys) override {
+    std::unique_ptr<IExecutionGraph> Build(core::IDataStore const& store,
+                                           OutputKeySet const& outputKeys) override {
         // From here on the external inputs' buffers hold the store's values.
         std::unique_ptr<ExternalInputMap> inputs = m_bufferFactory.BindStoreValues(store);
         std::unique_ptr<BufferMap> const buffers = m_bufferFactory.TakeBufferMap();
