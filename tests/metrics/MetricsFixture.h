@@ -12,6 +12,14 @@
 
 namespace metrics_test {
 
+// The process defaults: filter off, registry empty and collecting, no tracing.
+inline void RestoreMetricsDefaults() {
+    MetricsFilter::SetFilter(MetricsFilter::c_noBits);
+    Metrics::GetRegistry().SetCollecting(true);
+    Metrics::GetRegistry().SetTraceEventLimit(0);
+    Metrics::GetRegistry().Reset();
+}
+
 // Every test starts and ends with the process defaults (filter off, registry empty and collecting,
 // no tracing), so that the tests also pass when the executable runs them all in one process.
 class MetricsTest : public ::testing::Test {
@@ -19,12 +27,7 @@ protected:
     void SetUp() override { Restore(); }
     void TearDown() override { Restore(); }
 
-    static void Restore() {
-        MetricsFilter::SetFilter(MetricsFilter::c_noBits);
-        Metrics::GetRegistry().SetCollecting(true);
-        Metrics::GetRegistry().SetTraceEventLimit(0);
-        Metrics::GetRegistry().Reset();
-    }
+    static void Restore() { RestoreMetricsDefaults(); }
 
     static std::optional<Metrics::ScopeStatistics> Find(std::vector<Metrics::ScopeStatistics> const& all,
                                                         wchar_t const* name) {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "support/CheckFailure.h"
+#include "support/FlagCancellationSource.h"
 #include "zel/core/io/JsonStoreWriter.h"
 #include "zel/core/io/StoreValueParser.h"
 #include "zel/core/store/StoreValueFactory.h"
@@ -76,11 +77,7 @@ inline Body Sum(std::initializer_list<wchar_t const*> paths, wchar_t const* to) 
     };
 }
 
-class FlagSource final : public ICancellationTokenSource {
-public:
-    bool IsCancellationRequested() const override { return cancelled; }
-    bool cancelled = false;
-};
+using FlagSource = ::zel::test::FlagCancellationSource;
 
 class GraphTest : public ::testing::Test {
 protected:

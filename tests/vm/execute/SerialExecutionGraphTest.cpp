@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "metrics/MetricsFixture.h"
 #include "vm/execute/GraphTestSupport.h"
 #include "vormetrics/MetricsFilter.h"
 #include "vormetrics/MetricsRegistry.h"
@@ -157,11 +158,7 @@ class GraphMetricsTest : public GraphTest {
 protected:
     void SetUp() override { Restore(); }
     void TearDown() override { Restore(); }
-    static void Restore() {
-        MetricsFilter::SetFilter(MetricsFilter::c_noBits);
-        Metrics::GetRegistry().SetCollecting(true);
-        Metrics::GetRegistry().Reset();
-    }
+    static void Restore() { metrics_test::RestoreMetricsDefaults(); }
 };
 
 TEST_F(GraphMetricsTest, ANodeRunsInAScopeNamedAfterItsMetricsStringUnlessThatIsEmpty) {

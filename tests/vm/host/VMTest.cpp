@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "core/StoreValueTestSupport.h"
+#include "support/FlagCancellationSource.h"
 #include "zel/core/functions/BuiltinFunctions.h"
 #include "zel/core/io/BinaryProtocolReader.h"
 #include "zel/core/io/BinaryProtocolWriter.h"
@@ -22,11 +23,7 @@ using test::ExpectCheckFailure;
 using test::Int32Array;
 using test::KeyMap;
 
-class FlagSource final : public ICancellationTokenSource {
-public:
-    bool IsCancellationRequested() const override { return flag.load(); }
-    std::atomic<bool> flag{false};
-};
+using FlagSource = test::FlagCancellationSource;
 
 std::string Json(core::IDataStore const& store) {
     return core::JsonStoreWriter::WriteStore(store);
@@ -82,14 +79,14 @@ TEST_F(VMTest, NoResultBeforeACompleteRun) {
                        "(m_graphStatus == TransformStatus::Complete)");
 
     auto cancelled = std::make_shared<FlagSource>();
-    cancelled->flag = true;
+    cancelled->cancelled = true;
     vm->SetCancellationTokenSource(cancelled);
     EXPECT_EQ(vm->Execute(), TransformStatus::Cancelled);
     EXPECT_EQ(vm->GetExecutionGraph()->GetRemainingNodeCount(), 2u);
     ExpectCheckFailure([&] { vm->MaterializeDataStore(); }, ZelError::GraphNotComplete,
                        "(m_graphStatus == TransformStatus::Complete)");
     // A cleared source lets the same VM finish.
-    cancelled->flag = false;
+    cancelled->cancelled = false;
     EXPECT_EQ(vm->Execute(), TransformStatus::Complete);
     EXPECT_EQ(Json(*vm->MaterializeDataStore()), Json(R"({"a": 1, "b": 1, "c": 1})"));
 }

@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "core/StoreValueTestSupport.h"
+#include "support/FlagCancellationSource.h"
 #include "zel/core/functions/BuiltinFunctions.h"
 #include "zel/core/store/DataStore.h"
 #include "zel/core/store/StoreTypeInfo.h"
@@ -20,11 +21,7 @@ using test::Int32Array;
 using test::KeyMap;
 using test::Value;
 
-class FlagSource final : public ICancellationTokenSource {
-public:
-    bool IsCancellationRequested() const override { return flag.load(); }
-    mutable std::atomic<bool> flag{false};
-};
+using FlagSource = test::FlagCancellationSource;
 
 // Reads `in`, writes `out` with the same value, counts its calls, and can raise the flag of a
 // source while it runs.
@@ -36,7 +33,7 @@ public:
         ++calls;
         seenInputs = inputs.size();
         if (raise != nullptr) {
-            raise->flag = true;
+            raise->cancelled = true;
         }
         TransformValues outputs;
         outputs.SetValue(m_output, m_inputs.empty() ? Int32Array({7}) : inputs.GetValue(m_inputs[0]));
@@ -100,7 +97,7 @@ TEST(TransformInPlace, ReadsRunsAndWritesBack) {
 TEST(TransformInPlace, CancellationLeavesTheStoreUntouched) {
     auto store = StoreWithA();
     FlagSource cancelled;
-    cancelled.flag = true;
+    cancelled.cancelled = true;
     ProbeTransform const before({KeyPath(L"a")}, KeyPath(L"b"));
     EXPECT_FALSE(Execution::TransformInPlace(before, *store, &cancelled));
     EXPECT_EQ(before.calls, 0);
