@@ -765,17 +765,11 @@ inline void CheckCount(char const* factory, std::size_t count, char const* what)
     }
 }
 
-}  // namespace zel::core::detail
-
-namespace zel::core::factory {
-
-template <StorageElement T>
-std::shared_ptr<StoreValue> MakeArray(StoreTypeInfo const& elementType, StoreTypeInfo const& childType,
-                                      std::unique_ptr<std::vector<T>> values,
-                                      std::unique_ptr<std::vector<unsigned int>> indices,
-                                      std::unique_ptr<std::vector<SpecialKind>> specials) {
-    using namespace detail;
-    char const* const name = "MakeArray";
+// The checks of MakeArray on its values and specials, whatever vectors hold them. Specials
+// without a special entry are dropped.
+template <class T, class Values, class Specials>
+void PrepareFlatParts(char const* name, StoreTypeInfo const& elementType,
+                      std::unique_ptr<Values> const& values, std::unique_ptr<Specials>& specials) {
     CheckElementType<T>(name, elementType);
     if (!values) {
         ThrowFactoryFailure(ZelError::InvalidArgument, L"MakeArray: no values given");
@@ -799,6 +793,20 @@ std::shared_ptr<StoreValue> MakeArray(StoreTypeInfo const& elementType, StoreTyp
             }
         }
     }
+}
+
+}  // namespace zel::core::detail
+
+namespace zel::core::factory {
+
+template <StorageElement T>
+std::shared_ptr<StoreValue> MakeArray(StoreTypeInfo const& elementType, StoreTypeInfo const& childType,
+                                      std::unique_ptr<std::vector<T>> values,
+                                      std::unique_ptr<std::vector<unsigned int>> indices,
+                                      std::unique_ptr<std::vector<SpecialKind>> specials) {
+    using namespace detail;
+    char const* const name = "MakeArray";
+    PrepareFlatParts<T>(name, elementType, values, specials);
     ArrayParts<T> parts{
         elementType, ArrayPart<T>(std::shared_ptr<std::vector<T> const>(std::move(values))), {}, {}, {}};
     if (specials) {
@@ -825,6 +833,18 @@ std::shared_ptr<StoreValue> MakeArray(StoreTypeInfo const& elementType,
                                       std::unique_ptr<std::vector<SpecialKind>> specials) {
     return MakeArray<T>(elementType, StoreTypeInfo::Empty, std::move(values), std::move(indices),
                         std::move(specials));
+}
+
+template <StorageElement T>
+std::shared_ptr<StoreValue> MakeArray(StoreTypeInfo const& elementType, StoreTypeInfo const& childType,
+                                      std::unique_ptr<HugePageVector<T>> values,
+                                      std::unique_ptr<HugePageVector<SpecialKind>> specials) {
+    using namespace detail;
+    char const* const name = "MakeArray";
+    PrepareFlatParts<T>(name, elementType, values, specials);
+    return ArrayValue<T>::MakeFlat(elementType, childType,
+                                   std::shared_ptr<HugePageVector<T> const>(std::move(values)),
+                                   std::shared_ptr<HugePageVector<SpecialKind> const>(std::move(specials)));
 }
 
 template <StorageElement T>
@@ -919,6 +939,9 @@ std::shared_ptr<StoreValue> MakeSet(StoreTypeInfo const& elementType, std::uniqu
     template std::shared_ptr<StoreValue> MakeArray<T>(StoreTypeInfo const&, std::unique_ptr<std::vector<T>>, \
                                                       std::unique_ptr<std::vector<unsigned int>>,            \
                                                       std::unique_ptr<std::vector<SpecialKind>>);            \
+    template std::shared_ptr<StoreValue> MakeArray<T>(StoreTypeInfo const&, StoreTypeInfo const&,            \
+                                                      std::unique_ptr<HugePageVector<T>>,                    \
+                                                      std::unique_ptr<HugePageVector<SpecialKind>>);         \
     template std::shared_ptr<StoreValue> MakeConstantArray<T>(StoreTypeInfo const&, T const&, unsigned int); \
     template std::shared_ptr<StoreValue> MakeConstantArray<T>(StoreTypeInfo const&, unsigned int,            \
                                                               SpecialKind);                                  \

@@ -13,6 +13,7 @@
 #include "zel/core/store/ArrayIterators.h"
 #include "zel/core/store/StorageType.h"
 #include "zel/core/store/StoreTypeInfo.h"
+#include "zel/core/utility/HugePageAllocator.h"
 
 namespace zel::core {
 
@@ -38,6 +39,14 @@ std::shared_ptr<StoreValue> MakeArray(StoreTypeInfo const& elementType,
                                       std::unique_ptr<std::vector<T>> values,
                                       std::unique_ptr<std::vector<unsigned int>> indices = nullptr,
                                       std::unique_ptr<std::vector<SpecialKind>> specials = nullptr);
+
+// The flat array of `values`, with `specials` as above (or null), over buffers allocated for huge
+// pages: a finished column buffer becomes an array without a copy. The slots of special entries
+// are reset to the fill of T here, in the buffer handed over.
+template <StorageElement T>
+std::shared_ptr<StoreValue> MakeArray(StoreTypeInfo const& elementType, StoreTypeInfo const& childType,
+                                      std::unique_ptr<HugePageVector<T>> values,
+                                      std::unique_ptr<HugePageVector<SpecialKind>> specials);
 
 // `count` copies of `value`, held once.
 template <StorageElement T>
