@@ -170,7 +170,7 @@ public:
     // `length` rows from row `start` of this view, checked like the constructor.
     RawDataView SubView(unsigned int start, unsigned int length) const;
 
-    RawData& GetRawData() const noexcept { return *m_data; }
+    RawData& GetRawData() const noexcept { return m_data; }
     unsigned int GetStartIndex() const noexcept { return m_startIndex; }
     unsigned int GetLength() const noexcept { return m_length; }
 
@@ -188,19 +188,20 @@ public:
     // like those of GetSpecials.
     template <class T>
     std::span<T> GetElements() const {
-        ZEL_CHECK_LOGIC(sizeof(T) == m_data->m_elementSize, core::ZelError::RawDataTypeInvalid);
-        UntypedArrayView const all = m_data->GetData();
-        ArrayView<T> const part = ArrayView<T>(static_cast<T*>(all.data), all.count).SubView(m_startIndex, m_length);
+        ZEL_CHECK_LOGIC(sizeof(T) == m_data.m_elementSize, core::ZelError::RawDataTypeInvalid);
+        UntypedArrayView const all = m_data.GetData();
+        ArrayView<T> const part =
+            ArrayView<T>(static_cast<T*>(all.data), all.count).SubView(m_startIndex, m_length);
         return {part.data(), part.size()};
     }
 
     // Whether some row of the buffer holds a special; raising it tells MakeStoreValue to keep
     // the specials column. Both are atomic.
-    bool HasSpecials() const noexcept { return m_data->m_hasSpecials.load(); }
-    void SetHasSpecials(bool hasSpecials) const noexcept { m_data->m_hasSpecials.store(hasSpecials); }
+    bool HasSpecials() const noexcept { return m_data.m_hasSpecials.load(); }
+    void SetHasSpecials(bool hasSpecials) const noexcept { m_data.m_hasSpecials.store(hasSpecials); }
 
 private:
-    RawData* m_data;  // never null; a pointer so that views can be assigned
+    RawData& m_data;
     unsigned int m_startIndex;
     unsigned int m_length;
 };
