@@ -1,6 +1,7 @@
 #include "zel/vm/materialize/MakeTransform.h"
 
 #include "transform/CopyTransform.h"
+#include "transform/flatdata/MakeMapTransform.h"
 #include "zel/core/utility/ZelCheck.h"
 #include "zel/vm/vtl/OpApplyByPartitionSpec.h"
 #include "zel/vm/vtl/OpCaseSpec.h"
@@ -46,8 +47,8 @@ std::unique_ptr<Transform> NotInThisBuild(core::TransformSpec const& spec) {
 
 }  // namespace
 
-std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec, core::IFunctionLookup const&,
-                                         core::ITypeLookup const&, VMOptions const&) {
+std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec, core::IFunctionLookup const& functions,
+                                         core::ITypeLookup const& types, VMOptions const& options) {
     switch (spec.GetOperatorType()) {
         case OperatorType::ApplyByPartition:
             return NotInThisBuild<OpApplyByPartitionSpec>(spec);
@@ -82,7 +83,7 @@ std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec, core::
         case OperatorType::LeftOuterJoin:
             return NotInThisBuild<OpLeftOuterJoinSpec>(spec);
         case OperatorType::Map:
-            return NotInThisBuild<OpMapSpec>(spec);
+            return MakeMapTransform(OpMapSpec(spec), functions, types, options);
         case OperatorType::MultiSort:
             return NotInThisBuild<OpMultiSortSpec>(spec);
         case OperatorType::NoOp:

@@ -1,0 +1,9 @@
+// Map instances, group 2 of 4 (see MapInstances.h).
+
+#include "transform/flatdata/ProjectionHandlerInstances.h"
+
+namespace zel::vm {
+
+ZEL_MAP_INSTANCES_2(ZEL_INSTANTIATE_MAP_INSTANCE)
+
+}  // namespace zel::vm
