@@ -48,65 +48,84 @@ Row<T> S(SpecialKind kind) {
 inline constexpr SpecialKind Null = SpecialKind::Null;
 inline constexpr SpecialKind Error = SpecialKind::Error;
 
-template <class In, class Out>
-struct UnaryObjects {
-    std::unique_ptr<core::IUnaryFunction<In, Out>> regular;
-    std::unique_ptr<core::IUnarySpecialFunction<In, Out>> special;
+// The objects an entry makes: its regular form and its special form, where it has them.
+template <class Regular, class Special>
+struct Objects {
+    std::unique_ptr<Regular> regular;
+    std::unique_ptr<Special> special;
 };
+
+template <class Regular, class Special>
+Objects<Regular, Special> MakeObjects(core::FunctionRegistry const& registry, std::wstring const& name,
+                                      std::vector<KeySegmentType> types, CreatorArguments const& args) {
+    using RegularFactory = core::FunctionFactory<Regular>;
+    using SpecialFactory = core::FunctionFactory<Special>;
+    auto const& entry = registry.GetFunctions(core::FunctionKey(TStringCore(name), std::move(types)));
+    EXPECT_EQ(entry.GetSignature(), std::type_index(typeid(RegularFactory)));
+    EXPECT_EQ(entry.GetSpecialSignature(), std::type_index(typeid(SpecialFactory)));
+    CreatorArguments const* arguments = entry.IsCreator() ? &args : nullptr;
+    Objects<Regular, Special> objects;
+    if (entry.GetFunction()) {
+        objects.regular = reinterpret_cast<RegularFactory>(entry.GetFunction())(arguments);
+    }
+    if (entry.GetSpecialFunction()) {
+        objects.special = reinterpret_cast<SpecialFactory>(entry.GetSpecialFunction())(arguments);
+    }
+    return objects;
+}
+
+// The first result of a row, which every later form must repeat (NaN repeating NaN).
+template <class Out>
+class Agreement {
+public:
+    void Add(Row<Out> const& r, char const* form) {
+        if (!m_result) {
+            m_result = r;
+            return;
+        }
+        EXPECT_EQ(r.second, m_result->second) << form;
+        if (r.second == SpecialKind::None && m_result->second == SpecialKind::None) {
+            EXPECT_TRUE(r.first == m_result->first ||
+                        (r.first != r.first && m_result->first != m_result->first))
+                << form;
+        }
+    }
+    Row<Out> Result() const { return m_result.value_or(Row<Out>{}); }
+
+private:
+    std::optional<Row<Out>> m_result;
+};
+
+template <class In, class Out>
+using UnaryObjects = Objects<core::IUnaryFunction<In, Out>, core::IUnarySpecialFunction<In, Out>>;
 
 template <class In, class Out>
 UnaryObjects<In, Out> MakeUnary(std::wstring const& name, CreatorArguments const& args = {},
                                 std::optional<KeySegmentType> type = std::nullopt) {
-    using Regular = core::FunctionFactory<core::IUnaryFunction<In, Out>>;
-    using Special = core::FunctionFactory<core::IUnarySpecialFunction<In, Out>>;
-    auto const& entry = Builtins().GetUnaryFunctions().GetFunctions(
-        core::FunctionKey(TStringCore(name), {type.value_or(TypeOf<In>())}));
-    EXPECT_EQ(entry.GetSignature(), std::type_index(typeid(Regular)));
-    EXPECT_EQ(entry.GetSpecialSignature(), std::type_index(typeid(Special)));
-    CreatorArguments const* arguments = entry.IsCreator() ? &args : nullptr;
-    UnaryObjects<In, Out> objects;
-    if (entry.GetFunction()) {
-        objects.regular = reinterpret_cast<Regular>(entry.GetFunction())(arguments);
-    }
-    if (entry.GetSpecialFunction()) {
-        objects.special = reinterpret_cast<Special>(entry.GetSpecialFunction())(arguments);
-    }
-    return objects;
+    return MakeObjects<core::IUnaryFunction<In, Out>, core::IUnarySpecialFunction<In, Out>>(
+        Builtins().GetUnaryFunctions(), name, {type.value_or(TypeOf<In>())}, args);
 }
 
 // One row through every form; all must agree. A row with a special goes only to the special form.
 template <class In, class Out>
 Row<Out> Eval(UnaryObjects<In, Out>& f, Row<In> const& x) {
-    std::optional<Row<Out>> result;
-    auto const agree = [&](Row<Out> const& r, char const* form) {
-        if (!result) {
-            result = r;
-        } else {
-            EXPECT_EQ(r.second, result->second) << form;
-            if (r.second == SpecialKind::None && result->second == SpecialKind::None) {
-                EXPECT_TRUE(r.first == result->first ||
-                            (r.first != r.first && result->first != result->first))
-                    << form;
-            }
-        }
-    };
+    Agreement<Out> result;
+    In values[1] = {x.first};
+    Out out[1] = {};
     if (f.special) {
-        agree(f.special->Call(x.first, x.second), "special row");
-        In values[1] = {x.first};
+        result.Add(f.special->Call(x.first, x.second), "special row");
         SpecialKind specials[1] = {x.second};
-        Out out[1] = {};
         SpecialKind outSpecials[1] = {SpecialKind::None};
         f.special->CallBlock(values, specials, out, outSpecials);
-        agree({out[0], outSpecials[0]}, "special block");
+        result.Add({out[0], outSpecials[0]}, "special block");
     }
     if (f.regular && x.second == SpecialKind::None) {
-        agree(V(f.regular->Call(x.first)), "regular row");
-        In values[1] = {x.first};
-        Out out[1] = {};
+        result.Add(V(f.regular->Call(x.first)), "regular row");
+        out[0] = {};  // not the special form's result: the block call must write its own
         f.regular->CallBlock(values, out);
-        agree(V(out[0]), "regular block");
+        result.Add(V(out[0]), "regular block");
     }
-    return result.value_or(Row<Out>{});
+    return result.Result();
 }
 
 template <class In, class Out>
@@ -117,68 +136,38 @@ Row<Out> Unary(std::wstring const& name, Row<In> const& x, CreatorArguments cons
 }
 
 template <class A, class B, class C>
-struct BinaryObjects {
-    std::unique_ptr<core::IBinaryFunction<A, B, C>> regular;
-    std::unique_ptr<core::IBinarySpecialFunction<A, B, C>> special;
-};
+using BinaryObjects = Objects<core::IBinaryFunction<A, B, C>, core::IBinarySpecialFunction<A, B, C>>;
 
 template <class A, class B, class C>
 BinaryObjects<A, B, C> MakeBinary(std::wstring const& name, CreatorArguments const& args = {},
                                   std::optional<KeySegmentType> typeA = std::nullopt,
                                   std::optional<KeySegmentType> typeB = std::nullopt) {
-    using Regular = core::FunctionFactory<core::IBinaryFunction<A, B, C>>;
-    using Special = core::FunctionFactory<core::IBinarySpecialFunction<A, B, C>>;
-    auto const& entry = Builtins().GetBinaryFunctions().GetFunctions(
-        core::FunctionKey(TStringCore(name), {typeA.value_or(TypeOf<A>()), typeB.value_or(TypeOf<B>())}));
-    EXPECT_EQ(entry.GetSignature(), std::type_index(typeid(Regular)));
-    EXPECT_EQ(entry.GetSpecialSignature(), std::type_index(typeid(Special)));
-    CreatorArguments const* arguments = entry.IsCreator() ? &args : nullptr;
-    BinaryObjects<A, B, C> objects;
-    if (entry.GetFunction()) {
-        objects.regular = reinterpret_cast<Regular>(entry.GetFunction())(arguments);
-    }
-    if (entry.GetSpecialFunction()) {
-        objects.special = reinterpret_cast<Special>(entry.GetSpecialFunction())(arguments);
-    }
-    return objects;
+    return MakeObjects<core::IBinaryFunction<A, B, C>, core::IBinarySpecialFunction<A, B, C>>(
+        Builtins().GetBinaryFunctions(), name, {typeA.value_or(TypeOf<A>()), typeB.value_or(TypeOf<B>())},
+        args);
 }
 
 template <class A, class B, class C>
 Row<C> Eval(BinaryObjects<A, B, C>& f, Row<A> const& a, Row<B> const& b) {
-    std::optional<Row<C>> result;
-    auto const agree = [&](Row<C> const& r, char const* form) {
-        if (!result) {
-            result = r;
-        } else {
-            EXPECT_EQ(r.second, result->second) << form;
-            if (r.second == SpecialKind::None && result->second == SpecialKind::None) {
-                EXPECT_TRUE(r.first == result->first ||
-                            (r.first != r.first && result->first != result->first))
-                    << form;
-            }
-        }
-    };
-    bool const plain = a.second == SpecialKind::None && b.second == SpecialKind::None;
+    Agreement<C> result;
+    A as[1] = {a.first};
+    B bs[1] = {b.first};
+    C out[1] = {};
     if (f.special) {
-        agree(f.special->Call(a.first, a.second, b.first, b.second), "special row");
-        A as[1] = {a.first};
-        B bs[1] = {b.first};
+        result.Add(f.special->Call(a.first, a.second, b.first, b.second), "special row");
         SpecialKind aSpecials[1] = {a.second};
         SpecialKind bSpecials[1] = {b.second};
-        C out[1] = {};
         SpecialKind outSpecials[1] = {SpecialKind::None};
         f.special->CallBlock(as, aSpecials, bs, bSpecials, out, outSpecials);
-        agree({out[0], outSpecials[0]}, "special block");
+        result.Add({out[0], outSpecials[0]}, "special block");
     }
-    if (f.regular && plain) {
-        agree(V(f.regular->Call(a.first, b.first)), "regular row");
-        A as[1] = {a.first};
-        B bs[1] = {b.first};
-        C out[1] = {};
+    if (f.regular && a.second == SpecialKind::None && b.second == SpecialKind::None) {
+        result.Add(V(f.regular->Call(a.first, b.first)), "regular row");
+        out[0] = {};
         f.regular->CallBlock(as, bs, out);
-        agree(V(out[0]), "regular block");
+        result.Add(V(out[0]), "regular block");
     }
-    return result.value_or(Row<C>{});
+    return result.Result();
 }
 
 template <class A, class B, class C>
