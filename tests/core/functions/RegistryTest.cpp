@@ -46,37 +46,21 @@ TEST(RegistryTest, EntriesCarryTheirKeyFlagsAndPointers) {
         StoreType output;
         bool creator, stateful, regular, special;
     };
+    using enum StoreType;
+    using enum FunctionKind;
+    // clang-format off
     Row const rows[] = {
-        {L"negate", {StoreType::Double}, FunctionKind::Unary, StoreType::Double, false, false, true, true},
-        {L"negate", {StoreType::Int32}, FunctionKind::Unary, StoreType::Int32, false, false, true, true},
-        {L"multiply", {StoreType::Double}, FunctionKind::Unary, StoreType::Double, true, false, true, true},
-        {L"running_count",
-         {StoreType::Double},
-         FunctionKind::Unary,
-         StoreType::Int64,
-         false,
-         true,
-         true,
-         true},
-        {L"is_null", {StoreType::Double}, FunctionKind::Unary, StoreType::Bool, false, false, false, true},
-        {L"halve", {StoreType::Double}, FunctionKind::Unary, StoreType::Double, false, false, true, true},
-        {L"add",
-         {StoreType::Double, StoreType::Double},
-         FunctionKind::Binary,
-         StoreType::Double,
-         false,
-         false,
-         true,
-         true},
-        {L"between",
-         {StoreType::Double, StoreType::Double, StoreType::Double},
-         FunctionKind::Multinary,
-         StoreType::Bool,
-         false,
-         false,
-         true,
-         false},
+        // name            inputs                    kind       output  creator stateful regular special
+        {L"negate",        {Double},                 Unary,     Double, false,  false,   true,   true},
+        {L"negate",        {Int32},                  Unary,     Int32,  false,  false,   true,   true},
+        {L"multiply",      {Double},                 Unary,     Double, true,   false,   true,   true},
+        {L"running_count", {Double},                 Unary,     Int64,  false,  true,    true,   true},
+        {L"is_null",       {Double},                 Unary,     Bool,   false,  false,   false,  true},
+        {L"halve",         {Double},                 Unary,     Double, false,  false,   true,   true},
+        {L"add",           {Double, Double},         Binary,    Double, false,  false,   true,   true},
+        {L"between",       {Double, Double, Double}, Multinary, Bool,   false,  false,   true,   false},
     };
+    // clang-format on
     for (Row const& row : rows) {
         SCOPED_TRACE(TStringCore(row.name).ToUtf8());
         core::FunctionRegistry const* registry = &lookup.GetMultinaryFunctions();
