@@ -1,4 +1,4 @@
-// Specs as values: what each constructor stores, what copies share, equality by value, operator
+// Specs as values: what the constructors fill in, what copies share, equality by value, operator
 // names, function argument types and function keys.
 
 #include <gtest/gtest.h>
@@ -19,28 +19,20 @@ namespace {
 KeyPath const a(L"a");
 KeyPath const b(L"b");
 
-TEST(SpecTest, ConstructorsStoreWhatTheyGetAndCopiesShare) {
+TEST(SpecTest, ConstructorsFillTheOtherFieldsAndCopiesShare) {
+    // A single output is kept also when it is the empty path; a block's name becomes its value.
     TransformSpec const plain(OperatorType::Concat, {a, b}, KeyPath::Empty(), std::vector<TransformSpec>{});
-    EXPECT_EQ(plain.GetOutputs().size(), 1u);  // also for the empty path
-    EXPECT_EQ(plain.GetFunctionSpec(), nullptr);
-    EXPECT_EQ(plain.GetValue(), nullptr);
-
+    EXPECT_EQ(plain.GetOutputs().size(), 1u);
     TransformSpec const named(OperatorType::Block, {a}, b, {TransformSpec(plain)}, L"blk");
-    EXPECT_EQ(named.GetValue()->GetStoreType(), StoreType::String);
-    EXPECT_EQ(named.GetChildTransforms().size(), 1u);
+    EXPECT_TRUE(named.GetValue()->Equals(*factory::MakeString(L"blk")));
 
     auto const function = FunctionSpec::Make(L"f", a);
     auto const value = factory::MakeInt32(3);
     TransformSpec const full(OperatorType::Reduce, a, b, function, value);
-    EXPECT_EQ(full.GetInputs(), std::vector<KeyPath>{a});
     TransformSpec const copy(full);
     EXPECT_EQ(copy.GetFunctionSpec().get(), function.get());
     EXPECT_EQ(copy.GetValue().get(), value.get());
     EXPECT_EQ(copy, full);
-
-    TransformSpec const listed(OperatorType::Zip, {a}, std::vector<KeyPath>{a, b}, nullptr, {}, nullptr);
-    EXPECT_EQ(listed.GetOutputs().size(), 2u);
-    EXPECT_EQ(TransformSpec(OperatorType::Map, {a}, b, function).GetFunctionSpec(), function);
 }
 
 TEST(SpecTest, EqualityComparesTypedPathsAndValuesByValueAndType) {
@@ -73,13 +65,7 @@ TEST(SpecTest, OperatorNamesRoundTripAndUnknownNumbersHaveNone) {
     EXPECT_EQ(TStringCore(SortFuncName), L"sort");
 }
 
-TEST(SpecTest, FunctionFactoriesAndArgumentTypes) {
-    auto const one = FunctionSpec::Make(L"neg", a);
-    ASSERT_EQ(one->GetFunctionInputs().size(), 1u);
-    EXPECT_TRUE(one->GetFunctionInputs()[0].IsKey());
-    auto const two = FunctionSpec::Make(L"add", a, b);
-    EXPECT_EQ(two->GetFunctionInputs()[1].GetKeyPath(), b);
-
+TEST(SpecTest, FunctionArgumentTypes) {
     KeySegmentType const doubles(StoreTypeInfo::Array, StoreTypeInfo::Double);
     auto const column = factory::MakeArray<unsigned int>(StoreTypeInfo::Int32,
                                                          std::make_unique<std::vector<unsigned int>>(2, 7u));
