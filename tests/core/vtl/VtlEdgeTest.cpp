@@ -85,13 +85,6 @@ TEST(VtlEdgeTest, ChildrenHaveNoEdgesOfTheirOwn) {
         Edge(true, {0}, {}, "flag"),
     };
     EXPECT_EQ(EdgesText(program.edges), EdgesText(expected));
-    ASSERT_EQ(program.specs.size(), 1u);
-    auto const& children = program.specs[0].GetChildTransforms();
-    ASSERT_EQ(children.size(), 2u);
-    EXPECT_EQ(children[0].GetOperatorType(), core::OperatorType::When);
-    EXPECT_EQ(children[0].GetFunctionSpec()->GetFunctionId(), L"gt");
-    EXPECT_EQ(children[1].GetOperatorType(), core::OperatorType::Else);
-    EXPECT_EQ(children[1].GetChildTransforms()[0].GetOutputs()[0], P("flag"));
 }
 
 TEST(VtlEdgeTest, ExplicitEdgesAreTakenAsStatedAndTurnInferenceOff) {
