@@ -106,7 +106,10 @@ void ParallelTransformWorkQueueImpl::Cancel() {
 }
 
 bool ParallelTransformWorkQueueImpl::StartWorker() {
-    if (m_startedCount >= m_workerLimit || m_batchSize * m_nextBatch >= m_tasks.size() || !m_running) {
+    // Each worker started counts as a batch already taken, whether or not it has reached the
+    // counter yet: no more workers start than there are batches left for them.
+    if (m_startedCount >= m_workerLimit || m_batchSize * (m_nextBatch + m_startedCount) >= m_tasks.size() ||
+        !m_running) {
         return false;
     }
     unsigned int const threadIndex = m_startedCount++;

@@ -51,8 +51,8 @@ public:
     bool Run();
 
 private:
-    // Launches one more worker if the limit allows and batches are left to hand out; returns
-    // whether it did.
+    // Launches one more worker if the limit allows and a batch is left beyond one for each worker
+    // already started; returns whether it did.
     bool StartWorker();
     // Waits for every worker and rethrows the first exception among them, in launch order.
     void WaitForWorkers();

@@ -1,0 +1,358 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+#include "execute/ParallelTransformWorkQueueImpl.h"
+#include "execute/WorkQueue.h"
+#include "vorsys/thread/AsyncTask.h"
+#include "vorsys/thread/TThreadPool.h"
+
+using namespace zel::vm;
+
+namespace {
+
+using Tasks = std::vector<std::unique_ptr<ITransformTask>>;
+// What task `index` does on `threadIndex`.
+using TaskBody = std::function<bool(std::size_t index, unsigned int threadIndex)>;
+
+class FunctionTask final : public ITransformTask {
+public:
+    FunctionTask(TaskBody body, std::size_t index) : m_body(std::move(body)), m_index(index) {}
+    bool Run(unsigned int threadIndex) override { return m_body(m_index, threadIndex); }
+
+private:
+    TaskBody m_body;
+    std::size_t m_index;
+};
+
+Tasks MakeTasks(std::size_t count, TaskBody const& body) {
+    Tasks tasks;
+    for (std::size_t i = 0; i < count; ++i) {
+        tasks.push_back(std::make_unique<FunctionTask>(body, i));
+    }
+    return tasks;
+}
+
+void Raise(std::atomic<bool>& flag) {
+    flag = true;
+    flag.notify_all();
+}
+
+void WaitUntilRaised(std::atomic<bool> const& flag) {
+    while (!flag.load()) {
+        flag.wait(false);
+    }
+}
+
+struct WorkerError : std::runtime_error {
+    WorkerError() : std::runtime_error("worker") {}
+};
+struct CallerError : std::runtime_error {
+    CallerError() : std::runtime_error("caller") {}
+};
+
+ExecutionParameters ParallelParameters(unsigned int maxWorkerThreads) {
+    ExecutionParameters parameters;
+    parameters.runInParallel = true;
+    parameters.maxWorkerThreads = maxWorkerThreads;
+    return parameters;
+}
+
+// The thread count of the queue chosen for a pool of `total` threads with `inUse` busy; 1 must
+// come with a serial queue, more with a parallel one.
+unsigned int ThreadsChosen(ExecutionParameters const& parameters, unsigned int total, unsigned long long inUse) {
+    auto const queue = MakeWorkQueue(parameters, total, inUse);
+    unsigned int const threads = queue->GetThreadCount();
+    bool const serial = dynamic_cast<SerialTransformWorkQueue*>(queue.get()) != nullptr;
+    EXPECT_EQ(serial, threads == 1) << "pool " << total << ", in use " << inUse;
+    return threads;
+}
+
+}  // namespace
+
+TEST(WorkQueueChoice, WorkersTakeAtMostHalfThePoolAndBackOffUnderLoad) {
+    ExecutionParameters serial = ParallelParameters(4);
+    serial.runInParallel = false;
+    EXPECT_EQ(ThreadsChosen(serial, 64, 0), 1u);
+
+    ExecutionParameters const four = ParallelParameters(4);
+    EXPECT_EQ(ThreadsChosen(four, 16, 0), 5u);  // the caller works beside its workers
+    EXPECT_EQ(ThreadsChosen(four, 8, 0), 5u);
+    EXPECT_EQ(ThreadsChosen(four, 6, 0), 4u);  // half the pool
+    EXPECT_EQ(ThreadsChosen(four, 1, 0), 1u);  // no worker in a pool of one
+    EXPECT_EQ(ThreadsChosen(four, 8, 4), 5u);  // all four fit
+    EXPECT_EQ(ThreadsChosen(four, 8, 5), 3u);  // halved
+    EXPECT_EQ(ThreadsChosen(four, 8, 6), 3u);
+    EXPECT_EQ(ThreadsChosen(four, 8, 7), 2u);  // quartered
+    EXPECT_EQ(ThreadsChosen(four, 8, 8), 1u);  // 4, 2 and 1 all too many
+    EXPECT_EQ(ThreadsChosen(four, 8, 100), 1u);
+
+    EXPECT_EQ(ThreadsChosen(ParallelParameters(3), 8, 7), 2u);  // 3 / 2 fits no better than 3 / 4
+    EXPECT_EQ(ThreadsChosen(ParallelParameters(2), 8, 8), 1u);  // quartered to none
+    EXPECT_EQ(ThreadsChosen(ParallelParameters(0), 8, 0), 1u);
+}
+
+TEST(WorkQueueChoice, TheProcessPoolIsLeftHalfFree) {
+    auto const queue = MakeWorkQueue(ParallelParameters(1000));
+    EXPECT_GE(queue->GetThreadCount(), 1u);
+    EXPECT_LE(queue->GetThreadCount() - 1, TThreadPool::Get().GetNumberOfThreads() / 2);
+    ExecutionParameters serial = ParallelParameters(1000);
+    serial.runInParallel = false;
+    EXPECT_EQ(MakeWorkQueue(serial)->GetThreadCount(), 1u);
+}
+
+TEST(SerialWorkQueue, RunsInOrderOnIndexZeroUntilATaskStopsOrThrows) {
+    std::vector<std::size_t> ran;
+    std::size_t stopAt = 100;
+    std::size_t throwAt = 100;
+    auto const body = [&](std::size_t index, unsigned int threadIndex) {
+        EXPECT_EQ(threadIndex, 0u);
+        ran.push_back(index);
+        if (index == throwAt) {
+            throw WorkerError();
+        }
+        return index != stopAt;
+    };
+    SerialTransformWorkQueue queue;
+    EXPECT_EQ(queue.GetThreadCount(), 1u);
+
+    Tasks tasks = MakeTasks(5, body);
+    EXPECT_TRUE(queue.Run(tasks));
+    EXPECT_EQ(ran, (std::vector<std::size_t>{0, 1, 2, 3, 4}));
+
+    ran.clear();
+    stopAt = 2;
+    EXPECT_FALSE(queue.Run(tasks));
+    EXPECT_EQ(ran, (std::vector<std::size_t>{0, 1, 2}));
+
+    ran.clear();
+    throwAt = 1;
+    EXPECT_THROW(queue.Run(tasks), WorkerError);
+    EXPECT_EQ(ran, (std::vector<std::size_t>{0, 1}));
+
+    Tasks none;
+    EXPECT_TRUE(queue.Run(none));
+}
+
+TEST(ParallelWorkQueueBatches, EachThreadTakesAFifthOfItsShareAtATime) {
+    auto const firstBatch = [](std::size_t taskCount, unsigned int workers) {
+        auto const queue = std::make_shared<ParallelTransformWorkQueueImpl>(
+            MakeTasks(taskCount, [](std::size_t, unsigned int) { return true; }), workers);
+        return queue->GetNextBatch().size();
+    };
+    EXPECT_EQ(firstBatch(10, 1), 1u);
+    EXPECT_EQ(firstBatch(1000, 4), 40u);
+    EXPECT_EQ(firstBatch(3, 4), 1u);  // fewer tasks than threads
+    EXPECT_EQ(firstBatch(0, 2), 0u);
+
+    // Batches are consecutive, do not overlap, and the last is cut to the end of the tasks.
+    Tasks tasks = MakeTasks(1010, [](std::size_t, unsigned int) { return true; });
+    std::vector<ITransformTask*> order;
+    for (auto const& task : tasks) {
+        order.push_back(task.get());
+    }
+    auto const queue = std::make_shared<ParallelTransformWorkQueueImpl>(std::move(tasks), 4);
+    std::vector<unsigned int> sizes;
+    std::vector<ITransformTask*> handedOut;
+    for (auto batch = queue->GetNextBatch(); !batch.empty(); batch = queue->GetNextBatch()) {
+        sizes.push_back(batch.size());
+        for (auto const& task : batch) {
+            handedOut.push_back(task.get());
+        }
+    }
+    std::vector<unsigned int> expected(25, 40);
+    expected.push_back(10);
+    EXPECT_EQ(sizes, expected);
+    EXPECT_EQ(handedOut, order);
+    EXPECT_TRUE(queue->GetNextBatch().empty());
+}
+
+TEST(ParallelWorkQueueBatches, StopAndCancelHandOutNoMoreBatches) {
+    for (bool const cancel : {false, true}) {
+        auto const queue = std::make_shared<ParallelTransformWorkQueueImpl>(
+            MakeTasks(100, [](std::size_t, unsigned int) { return true; }), 1);
+        EXPECT_FALSE(queue->GetNextBatch().empty());
+        if (cancel) {
+            queue->Cancel();
+        } else {
+            queue->Stop();
+        }
+        EXPECT_TRUE(queue->GetNextBatch().empty());
+    }
+}
+
+TEST(ParallelWorkQueue, WithoutWorkersTheCallerRunsInOrderUntilATaskStopsOrThrows) {
+    std::vector<std::size_t> ran;
+    std::size_t stopAt = 100;
+    std::size_t throwAt = 100;
+    auto const body = [&](std::size_t index, unsigned int threadIndex) {
+        EXPECT_EQ(threadIndex, 0u);
+        ran.push_back(index);
+        if (index == throwAt) {
+            throw WorkerError();
+        }
+        return index != stopAt;
+    };
+    std::vector<std::size_t> all(50);
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        all[i] = i;
+    }
+    ParallelTransformWorkQueue queue(0);
+    EXPECT_EQ(queue.GetThreadCount(), 1u);
+
+    Tasks tasks = MakeTasks(50, body);  // batches of 10
+    EXPECT_TRUE(queue.Run(tasks));
+    EXPECT_TRUE(tasks.empty());
+    EXPECT_EQ(ran, all);
+
+    // A task that stops, or throws, in the middle of a batch ends the run there: neither the rest
+    // of its batch nor a later batch runs.
+    ran.clear();
+    stopAt = 13;
+    tasks = MakeTasks(50, body);
+    EXPECT_FALSE(queue.Run(tasks));
+    EXPECT_EQ(ran, std::vector<std::size_t>(all.begin(), all.begin() + 14));
+
+    ran.clear();
+    stopAt = 100;
+    throwAt = 27;
+    tasks = MakeTasks(50, body);
+    EXPECT_THROW(queue.Run(tasks), WorkerError);
+    EXPECT_EQ(ran, std::vector<std::size_t>(all.begin(), all.begin() + 28));
+
+    Tasks none;
+    EXPECT_TRUE(queue.Run(none));
+}
+
+TEST(ParallelWorkQueue, EveryTaskRunsOnceAndNoTwoThreadsShareAnIndex) {
+    constexpr unsigned int c_workers = 3;
+    for (std::size_t const taskCount : {2000u, 37u, 5u, 1u}) {
+        for (int round = 0; round < 10; ++round) {
+            std::vector<std::atomic<int>> runs(taskCount);
+            std::array<std::atomic<bool>, c_workers + 1> busy{};
+            std::atomic<int> badIndex{0};
+            std::atomic<int> sharedIndex{0};
+            Tasks tasks = MakeTasks(taskCount, [&](std::size_t index, unsigned int threadIndex) {
+                if (threadIndex > c_workers) {
+                    ++badIndex;
+                    return true;
+                }
+                if (busy[threadIndex].exchange(true)) {
+                    ++sharedIndex;
+                }
+                ++runs[index];
+                busy[threadIndex] = false;
+                return true;
+            });
+            ParallelTransformWorkQueue queue(c_workers);
+            ASSERT_EQ(queue.GetThreadCount(), c_workers + 1);
+            EXPECT_TRUE(queue.Run(tasks));
+            EXPECT_TRUE(tasks.empty());
+            EXPECT_EQ(badIndex.load(), 0);
+            EXPECT_EQ(sharedIndex.load(), 0);
+            EXPECT_TRUE(std::all_of(runs.begin(), runs.end(), [](auto const& n) { return n.load() == 1; }))
+                << taskCount << " tasks";
+        }
+    }
+}
+
+TEST(ParallelWorkQueue, NoMoreWorkersStartThanBatches) {
+    // Two tasks of one batch each: at most two workers start, so the caller, whose index follows
+    // the workers', has index 2 at most.
+    for (int round = 0; round < 20; ++round) {
+        std::atomic<unsigned int> highestIndex{0};
+        std::atomic<int> runs{0};
+        Tasks tasks = MakeTasks(2, [&](std::size_t, unsigned int threadIndex) {
+            unsigned int seen = highestIndex.load();
+            while (threadIndex > seen && !highestIndex.compare_exchange_weak(seen, threadIndex)) {
+            }
+            ++runs;
+            return true;
+        });
+        ParallelTransformWorkQueue queue(4);
+        EXPECT_TRUE(queue.Run(tasks));
+        EXPECT_EQ(runs.load(), 2);
+        EXPECT_LE(highestIndex.load(), 2u);
+    }
+}
+
+// In the tests below one worker starts, with index 0, and the caller has index 1. The caller's
+// first task waits for the worker to reach a task, so that both threads surely work.
+
+TEST(ParallelWorkQueue, AWorkersExceptionReachesTheCallerOnceAndWinsOverTheCallers) {
+    for (bool const callerThrowsToo : {false, true}) {
+        std::atomic<bool> workerThrew{false};
+        std::atomic<int> throws{0};
+        Tasks tasks = MakeTasks(20, [&](std::size_t, unsigned int threadIndex) {  // batches of 2
+            if (threadIndex == 0) {
+                ++throws;
+                Raise(workerThrew);
+                throw WorkerError();
+            }
+            WaitUntilRaised(workerThrew);
+            if (callerThrowsToo) {
+                throw CallerError();
+            }
+            return true;
+        });
+        ParallelTransformWorkQueue queue(1);
+        EXPECT_THROW(queue.Run(tasks), WorkerError);
+        EXPECT_EQ(throws.load(), 1);  // the worker took no batch after its failure
+    }
+}
+
+TEST(ParallelWorkQueue, ATaskStoppingOnTheCallerWaitsForTheWorkersBatch) {
+    std::atomic<bool> workerEntered{false};
+    std::atomic<bool> release{false};
+    std::atomic<int> workerInTask{0};
+    Tasks tasks = MakeTasks(20, [&](std::size_t, unsigned int threadIndex) {  // batches of 2
+        if (threadIndex == 0) {
+            ++workerInTask;
+            Raise(workerEntered);
+            WaitUntilRaised(release);
+            --workerInTask;
+            return true;
+        }
+        WaitUntilRaised(workerEntered);
+        Raise(release);
+        return false;
+    });
+    ParallelTransformWorkQueue queue(1);
+    EXPECT_FALSE(queue.Run(tasks));
+    EXPECT_EQ(workerInTask.load(), 0);  // no task runs once Run has returned
+}
+
+TEST(ParallelWorkQueue, WorkersOfACancelledTaskDoNotRunAndItsCancellationReachesTheCaller) {
+    // The calling thread runs as a task whose cancel event is already signalled: the workers it
+    // launches inherit the event and never start.
+    using CancelPtr = RefCntPtr<TCancelEvent, RefCntObject>;
+    CancelPtr const host(new TCancelEvent());
+    host->Signal();
+    AsyncTask::ScopedCancelImpersonation const asTask(true, host, nullptr);
+
+    for (bool const callerStops : {false, true}) {
+        std::atomic<int> workerRuns{0};
+        std::atomic<int> callerRuns{0};
+        Tasks tasks = MakeTasks(40, [&](std::size_t index, unsigned int threadIndex) {
+            // Two workers start, with indices 0 and 1; the caller has index 2.
+            ++(threadIndex == 2 ? callerRuns : workerRuns);
+            return !(callerStops && index == 5);
+        });
+        ParallelTransformWorkQueue queue(2);
+        if (callerStops) {
+            // The run is unfinished, so the caller waits for its workers and meets their fate.
+            EXPECT_THROW(queue.Run(tasks), AsyncTask::CancelException);
+        } else {
+            // The caller did all the work: the workers are not waited for, and the run succeeds.
+            EXPECT_TRUE(queue.Run(tasks));
+            EXPECT_EQ(callerRuns.load(), 40);
+        }
+        EXPECT_EQ(workerRuns.load(), 0);
+    }
+}
