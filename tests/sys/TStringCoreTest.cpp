@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <boost/unordered/unordered_flat_set.hpp>
-#include <unordered_set>
 
 TEST(TStringCore, ConstructsConcatenatesAndCompares) {
     EXPECT_TRUE(TStringCore(nullptr).isEmpty());
@@ -80,10 +79,7 @@ TEST(TStringCore, RejectsMalformedUtf8WithTheByteOffset) {
 }
 
 TEST(TStringCore, HashesAlikeInStdAndBoostContainers) {
-    std::unordered_set<TStringCore> std_set{TStringCore(L"a"), TStringCore(L"b")};
-    boost::unordered_flat_set<TStringCore> boost_set{TStringCore(L"a"), TStringCore(L"b")};
-    EXPECT_TRUE(std_set.contains(TStringCore(L"a")));
-    EXPECT_TRUE(boost_set.contains(TStringCore(L"b")));
-    EXPECT_FALSE(boost_set.contains(TStringCore(L"c")));
     EXPECT_EQ(std::hash<TStringCore>{}(TStringCore(L"k")), hash_value(TStringCore(L"k")));
+    boost::unordered_flat_set<TStringCore> const set{TStringCore(L"a"), TStringCore(L"b")};
+    EXPECT_TRUE(set.contains(TStringCore(L"b")));
 }
