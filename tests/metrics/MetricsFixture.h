@@ -29,6 +29,12 @@ protected:
 
     static void Restore() { RestoreMetricsDefaults(); }
 
+    // One timing of `name` that took `ns` nanoseconds.
+    static void Record(wchar_t const* name, std::int64_t ns) {
+        auto const t0 = Metrics::Registry::Clock::now();
+        Metrics::GetRegistry().Record(Metrics::MetricsValue(name), t0, t0 + std::chrono::nanoseconds(ns));
+    }
+
     static std::optional<Metrics::ScopeStatistics> Find(std::vector<Metrics::ScopeStatistics> const& all,
                                                         wchar_t const* name) {
         auto it = std::find_if(all.begin(), all.end(), [&](auto const& s) { return s.name == name; });

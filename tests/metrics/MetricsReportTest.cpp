@@ -28,16 +28,12 @@ TEST(MetricsReport, WritesDurationsInTheLargestUnitThatKeepsThemAtOneOrMore) {
 }
 
 TEST_F(MetricsTest, ReportHasOneAlignedLinePerNameLongestTotalFirst) {
-    auto const t0 = Clock::now();
-    auto record = [&](wchar_t const* name, std::int64_t ns) {
-        Metrics::GetRegistry().Record(Metrics::MetricsValue(name), t0, t0 + nanoseconds(ns));
-    };
-    record(L"fast", 5'000);
-    record(L"zel_VM_Execute", 500'000);
-    record(L"zel_VM_Execute", 1'000'000);
-    record(L"zel_VM_Execute", 1'500'000);
-    record(L"mid", 300'000);
-    record(L"mid", 500'000);
+    Record(L"fast", 5'000);
+    Record(L"zel_VM_Execute", 500'000);
+    Record(L"zel_VM_Execute", 1'000'000);
+    Record(L"zel_VM_Execute", 1'500'000);
+    Record(L"mid", 300'000);
+    Record(L"mid", 500'000);
 
     EXPECT_EQ(
         Metrics::GetRegistry().Report(),

@@ -100,8 +100,7 @@ TEST_F(MetricsTest, TraceNamesAreEscapedUtf8) {
         "q\"uote\\back\n\t\r\b\f\x01\x1f/\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80\xef\xbf\xbd";
 
     Metrics::GetRegistry().SetTraceEventLimit(10);
-    auto const t0 = Clock::now();
-    Metrics::GetRegistry().Record(Metrics::MetricsValue(TStringCore(name)), t0, t0 + nanoseconds(1));
+    Record(name.c_str(), 1);
     std::string const json = Metrics::GetRegistry().ExportTrace();
     EXPECT_NE(json.find(R"(q\"uote\\back\n\t\r\b\f\u0001\u001f/)"), std::string::npos) << json;
 
