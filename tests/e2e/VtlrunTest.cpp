@@ -68,8 +68,11 @@ TEST_F(Vtlrun, HelpAndTheFunctionListGoToStdout) {
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_TRUE(help.out.starts_with("usage: vtlrun PROGRAM.vtl STORE [options]\n")) << help.out;
     EXPECT_EQ(help.err, "");
-    // Help wins over everything else on the line.
+    // Help wins over everything else on the line, even what would be a usage error.
     EXPECT_EQ(RunVtlrun({m_program, "-h"}).out, help.out);
+    ProcessResult const helpAndNonsense = RunVtlrun({"--bogus", "--help", "--threads", "0"});
+    EXPECT_EQ(helpAndNonsense.exitCode, 0);
+    EXPECT_EQ(helpAndNonsense.out, help.out);
 
     ProcessResult const functions = RunVtlrun({"--list-functions"});
     EXPECT_EQ(functions.exitCode, 0);

@@ -3,6 +3,7 @@
 #include <boost/program_options.hpp>
 
 #include <charconv>
+#include <string_view>
 #include <vector>
 
 namespace po = boost::program_options;
@@ -91,6 +92,12 @@ CommandLine ParseCommandLine(int argc, char const* const* argv) {
             values);
         po::notify(values);
     } catch (po::error const& e) {
+        // Asking for help is never an error, whatever else is on the line.
+        for (int i = 1; i < argc; ++i) {
+            if (std::string_view(argv[i]) == "--help" || std::string_view(argv[i]) == "-h") {
+                return CommandLine{Command::Help, {}};
+            }
+        }
         throw UsageError(e.what());
     }
 

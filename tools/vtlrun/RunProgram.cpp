@@ -26,8 +26,9 @@ using zel::core::ZelException;
 using zel::core::ZelRuntimeException;
 using zel::vm::TransformStatus;
 
-// Enough for every scope of a long run of a large program; the registry only counts the rest.
-constexpr std::size_t c_traceEventLimit = 4'000'000;
+// Enough for the scopes of a long run of a large program, at some 100 MB; the registry only
+// counts the events past it.
+constexpr std::size_t c_traceEventLimit = 1'000'000;
 
 bool IsProgramError(ZelError error) {
     return error == ZelError::VtlSyntaxError || error == ZelError::VtlProgramError;
@@ -106,6 +107,12 @@ void WriteDiagnostics(RunSettings const& settings, std::FILE* diagnostics) {
     }
     if (settings.trace) {
         WriteFileBytes(*settings.trace, Metrics::GetRegistry().ExportTrace(), "trace");
+        if (auto const dropped = Metrics::GetRegistry().DroppedTraceEventCount(); dropped != 0) {
+            zel::core::ZelLog(
+                zel::core::ZelLogLevel::Warning,
+                TStringCore::FromUtf8("the trace holds the first " + std::to_string(c_traceEventLimit) +
+                                      " events; " + std::to_string(dropped) + " later ones were left out"));
+        }
     }
 }
 
