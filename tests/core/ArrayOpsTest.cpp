@@ -9,7 +9,6 @@
 #include "zel/core/store/ArrayFactory.h"
 #include "zel/core/store/Collation.h"
 #include "zel/core/store/ITypedArray.h"
-#include "zel/core/store/MemoryUsage.h"
 #include "zel/core/store/StoreValueFactory.h"
 #include "zel/core/store/StoreValueUtil.h"
 #include "zel/core/utility/HugePageAllocator.h"
@@ -207,28 +206,21 @@ TEST(ConcatenateArrays, RefusesUnlikeValuesWithAClearText) {
 TEST(ArrayMemory, SharedBuffersCountOnce) {
     auto const array =
         factory::MakeArray<Bits>(StoreTypeInfo::Int64, std::make_unique<std::vector<Bits>>(1000));
-    auto usageOf = [](std::initializer_list<StoreValue const*> parts) {
-        MemoryUsageBuilder builder;
-        for (auto const* value : parts) {
-            value->CollectMemoryUsage(builder);
-        }
-        return builder.Build();
-    };
-    auto const one = usageOf({array.get()});
+    auto const one = UsageOf({array.get()});
     EXPECT_GE(one->GetTotalBytes(), 8000u);
     EXPECT_LT(one->GetTotalBytes(), 8000u + 1024u);
 
     // A clone and a flat view share the values: only their own small objects add up.
     auto const clone = array->Clone();
     auto const flattened = array->AsArray().Flatten();
-    EXPECT_LT(usageOf({array.get(), clone.get(), flattened.get(), array.get()})->GetTotalBytes(),
+    EXPECT_LT(UsageOf({array.get(), clone.get(), flattened.get(), array.get()})->GetTotalBytes(),
               one->GetTotalBytes() + 1024u);
-    EXPECT_EQ(one->Union(*usageOf({clone.get()}))->GetTotalBytes(),
-              usageOf({array.get(), clone.get()})->GetTotalBytes());
+    EXPECT_EQ(one->Union(*UsageOf({clone.get()}))->GetTotalBytes(),
+              UsageOf({array.get(), clone.get()})->GetTotalBytes());
 
     // A gathered copy owns new values.
     auto const gathered = array->AsArray().Gather(std::make_shared<std::vector<unsigned int>>(1000, 0u));
-    EXPECT_GE(usageOf({array.get(), gathered.get()})->GetTotalBytes(), 16000u);
+    EXPECT_GE(UsageOf({array.get(), gathered.get()})->GetTotalBytes(), 16000u);
 }
 
 TEST(ArrayMemory, LargeColumnsSitOnHugePageBoundaries) {

@@ -39,23 +39,15 @@ TEST(MemoryUsageTest, TextsAreCountedOncePerBlockNotPerContent) {
     TStringCore const longText(std::wstring(1000, L'x'));
     auto const a = factory::MakeString(longText);
     auto const b = factory::MakeString(longText);  // another text block with the same content
-    auto usageOf = [](std::initializer_list<core::StoreValue const*> values) {
-        MemoryUsageBuilder builder;
-        for (auto const* value : values) {
-            value->CollectMemoryUsage(builder);
-        }
-        return builder.Build()->GetTotalBytes();
-    };
-    EXPECT_GT(usageOf({a.get()}), 4000u);
-    EXPECT_EQ(usageOf({a.get(), a.get()}), usageOf({a.get()}));
-    EXPECT_EQ(usageOf({a.get(), b.get()}), 2 * usageOf({a.get()}));
+    auto const bytes = UsageOf({a.get()})->GetTotalBytes();
+    EXPECT_GT(bytes, 4000u);
+    EXPECT_EQ(UsageOf({a.get(), a.get()})->GetTotalBytes(), bytes);
+    EXPECT_EQ(UsageOf({a.get(), b.get()})->GetTotalBytes(), 2 * bytes);
 }
 
 TEST(MemoryUsageTest, AValueSharedByTwoPathsOfAStoreIsCountedOnce) {
     auto const column = DoubleArray({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16});
-    MemoryUsageBuilder columnBuilder;
-    column->CollectMemoryUsage(columnBuilder);
-    auto const columnBytes = columnBuilder.Build()->GetTotalBytes();
+    auto const columnBytes = UsageOf({column.get()})->GetTotalBytes();
 
     auto once = factory::MakeDataStore(StoreValueMap{{L"x", column}});
     auto twice = factory::MakeDataStore(StoreValueMap{{L"x", column}, {L"y", column}});

@@ -13,6 +13,7 @@
 #include "support/CheckFailure.h"
 #include "zel/core/store/ArrayFactory.h"
 #include "zel/core/store/IStoreKeyMap.h"
+#include "zel/core/store/MemoryUsage.h"
 #include "zel/core/store/StoreValue.h"
 #include "zel/core/store/StoreValueFactory.h"
 
@@ -45,6 +46,15 @@ inline Value StringArray(std::initializer_list<wchar_t const*> values) {
         storage->emplace_back(value);
     }
     return core::factory::MakeArray<core::RIndirectString>(core::StoreTypeInfo::String, std::move(storage));
+}
+
+// What the values take together, each block counted once.
+inline std::unique_ptr<core::MemoryUsage> UsageOf(std::initializer_list<core::StoreValue const*> values) {
+    core::MemoryUsageBuilder builder;
+    for (auto const* value : values) {
+        value->CollectMemoryUsage(builder);
+    }
+    return builder.Build();
 }
 
 inline core::StoreValueMap MapOf(Entries entries) {
