@@ -29,22 +29,24 @@ template <class T>
 TransformFlatData<T>::~TransformFlatData() = default;
 
 template <class T>
-TransformValues TransformFlatData<T>::DoTransform(TransformValues const& inputs, ICancellationTokenSource const*) const {
+TransformValues TransformFlatData<T>::DoTransform(TransformValues const& inputs,
+                                                  ICancellationTokenSource const*) const {
     std::shared_ptr<StoreValue> input = inputs.GetValue(m_inputPath);
     ZEL_CHECK_NOT_NULL(input, ZelError::UnsupportedTypes);
     // The kind before expansion is the kind of the result: a Set comes out as a Set.
     StoreType const kind = input->GetStoreType();
     if (kind == StoreType::Set && m_handler->ExpandsSetInput()) {
         // The members' specials come along only when the function will see them.
-        input = input->AsSet().AsArray(m_handler->UseSpecialFunction(input->AsCollection().HasSpecialValues()));
+        input =
+            input->AsSet().AsArray(m_handler->UseSpecialFunction(input->AsCollection().HasSpecialValues()));
     }
     ITypedArray<T> const& array = input->AsTypedArray<T>();
     unsigned int const count = array.GetCount();
 
     TransformValues outputs;
     if (TakesConstantShortcut(array)) {
-        outputs.SetValue(m_outputPath,
-                         m_handler->TransformConstant(inputs, array.GetRowValue(0), array.GetSpecial(0), count));
+        outputs.SetValue(m_outputPath, m_handler->TransformConstant(inputs, array.GetRowValue(0),
+                                                                    array.GetSpecial(0), count));
         return outputs;
     }
     std::unique_ptr<RawData> rawData = m_handler->MakeRawData(kind, count);
@@ -100,7 +102,8 @@ TStringCore TransformFlatData<T>::GetMetricsString() const {
 
 template <class T>
 std::unique_ptr<Transform> TransformFlatData<T>::Clone() const {
-    return std::make_unique<TransformFlatData>(m_inputPath, m_outputPath, m_handler->Clone(), m_strategy->Clone());
+    return std::make_unique<TransformFlatData>(m_inputPath, m_outputPath, m_handler->Clone(),
+                                               m_strategy->Clone());
 }
 
 template <class T>
@@ -160,8 +163,8 @@ void TransformFlatData<T>::TransformRowByRow(ITypedArray<T> const& inputArray, R
     auto const transformRow = [&](unsigned int row) {
         unsigned int const inputRow = rangeStartIndex + row;
         if (useSpecial) {
-            m_handler->TransformValueWithSpecial(inputArray.GetValue(inputRow), inputArray.GetSpecial(inputRow),
-                                                 rawDataView, row);
+            m_handler->TransformValueWithSpecial(inputArray.GetValue(inputRow),
+                                                 inputArray.GetSpecial(inputRow), rawDataView, row);
         } else {
             m_handler->TransformValue(inputArray.GetValue(inputRow), rawDataView, row);
         }

@@ -33,15 +33,18 @@ template <class T>
 class TransformFlatData final : public Transform {
 public:
     TransformFlatData(core::KeyPath inputPath, core::KeyPath outputPath,
-                      std::unique_ptr<FlatDataHandler<T>> handler, std::unique_ptr<IExecutionStrategy> strategy);
+                      std::unique_ptr<FlatDataHandler<T>> handler,
+                      std::unique_ptr<IExecutionStrategy> strategy);
     ~TransformFlatData() override;
 
-    TransformValues DoTransform(TransformValues const& inputs, ICancellationTokenSource const* cancel) const override;
+    TransformValues DoTransform(TransformValues const& inputs,
+                                ICancellationTokenSource const* cancel) const override;
     // Writes the rows [rangeStartIndex, rangeStartIndex + rangeLength) of the input into
     // `rawDataView`, whose row 0 takes input row rangeStartIndex. A Set is not expanded here. A
     // constant input fills the whole view from one call of the function.
-    void DoTransformOverRange(TransformValues const& inputs, unsigned int rangeStartIndex, unsigned int rangeLength,
-                              RawDataView& rawDataView, ICancellationTokenSource const* cancel) const override;
+    void DoTransformOverRange(TransformValues const& inputs, unsigned int rangeStartIndex,
+                              unsigned int rangeLength, RawDataView& rawDataView,
+                              ICancellationTokenSource const* cancel) const override;
     bool CanTransformOverRange() const override;
     std::vector<core::KeyPath> GetInputPaths() const override;
     std::vector<core::KeyPath> GetOutputPaths() const override;
@@ -55,7 +58,8 @@ private:
     // A constant, non-empty column whose operator allows it is answered from one call.
     bool TakesConstantShortcut(core::ITypedArray<T> const& array) const;
     void TransformRange(TransformValues const& inputs, core::ITypedArray<T> const& inputArray,
-                        RawDataView& rawDataView, unsigned int rangeStartIndex, unsigned int rangeLength) const;
+                        RawDataView& rawDataView, unsigned int rangeStartIndex,
+                        unsigned int rangeLength) const;
     void TransformVectorized(core::ITypedArray<T> const& inputArray, RawDataView& rawDataView,
                              unsigned int rangeStartIndex, unsigned int rangeLength,
                              ExecutionParameters const& parameters, bool useSpecial) const;

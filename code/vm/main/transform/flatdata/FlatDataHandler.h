@@ -96,7 +96,8 @@ protected:
 using CreatorArgumentSpecs = std::vector<core::ValueSpec>;
 
 // Adds the key arguments of a creator to the paths a transform reads.
-inline void AddCreatorArgumentPaths(CreatorArgumentSpecs const* arguments, std::vector<core::KeyPath>& paths) {
+inline void AddCreatorArgumentPaths(CreatorArgumentSpecs const* arguments,
+                                    std::vector<core::KeyPath>& paths) {
     if (arguments == nullptr) {
         return;
     }

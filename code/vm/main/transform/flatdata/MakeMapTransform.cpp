@@ -31,9 +31,9 @@ std::unique_ptr<Transform> MakeMapTransform(OpMapSpec const& spec, core::IFuncti
     };
 
     MapOutputClass const outputClass = MapOutputClassOf(info.GetOutputType());
-#define ZEL_SELECT_MAP_INSTANCE(inType, outClass, In, Out) \
+#define ZEL_SELECT_MAP_INSTANCE(inType, outClass, In, Out)                           \
     if (inputType == StoreType::inType && outputClass == MapOutputClass::outClass) { \
-        return MakeProjectionTransform<In, Out>(parts);                           \
+        return MakeProjectionTransform<In, Out>(parts);                              \
     }
     ZEL_MAP_INSTANCES(ZEL_SELECT_MAP_INSTANCE)
 #undef ZEL_SELECT_MAP_INSTANCE

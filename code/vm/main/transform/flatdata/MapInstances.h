@@ -84,7 +84,18 @@
 namespace zel::vm {
 
 // The C++ value type of a Map result, by the output StoreType of the function.
-enum class MapOutputClass : unsigned char { Bool, Int32, Int64, Float, Double, String, DateTime, Color, Value, None };
+enum class MapOutputClass : unsigned char {
+    Bool,
+    Int32,
+    Int64,
+    Float,
+    Double,
+    String,
+    DateTime,
+    Color,
+    Value,
+    None
+};
 
 constexpr MapOutputClass MapOutputClassOf(core::StoreType type) noexcept {
     using core::StoreType;

@@ -57,15 +57,15 @@ public:
     bool CanTransformPartialRange() const override { return true; }
 
     std::unique_ptr<RawData> MakeRawData(core::StoreType kind, unsigned int count) const override {
-        return std::make_unique<TypedRawData<OutStorage>>(core::StoreTypeInfo(kind, false),
-                                                          m_outputType.GetMainType(), m_outputType.GetChildType(),
-                                                          count);
+        return std::make_unique<TypedRawData<OutStorage>>(
+            core::StoreTypeInfo(kind, false), m_outputType.GetMainType(), m_outputType.GetChildType(), count);
     }
 
     void BeginTransform(TransformValues const& inputs, bool useSpecial) override {
         // Exactly one form per run. A creator's arguments are resolved now, so they hold for the run.
         if (m_functions.IsCreator()) {
-            core::CreatorArguments const arguments = ResolveCreatorArguments(m_creatorArguments.get(), inputs);
+            core::CreatorArguments const arguments =
+                ResolveCreatorArguments(m_creatorArguments.get(), inputs);
             if (useSpecial) {
                 m_specialFunction = m_functions.MakeSpecialFunction(arguments);
             } else {
@@ -80,7 +80,8 @@ public:
 
     void EndPartialTransform(RawDataView&) override { DropFunctions(); }
 
-    std::shared_ptr<core::StoreValue> EndTransform(TransformValues const&, std::shared_ptr<core::StoreValue> const&,
+    std::shared_ptr<core::StoreValue> EndTransform(TransformValues const&,
+                                                   std::shared_ptr<core::StoreValue> const&,
                                                    RawData& rawData) override {
         DropFunctions();
         // The buffer is this handler's own and its owner drops it next: the result takes its
@@ -92,7 +93,8 @@ public:
     }
 
     std::shared_ptr<core::StoreValue> TransformConstant(TransformValues const& inputs, InStorage const& value,
-                                                        core::SpecialKind special, unsigned int count) override {
+                                                        core::SpecialKind special,
+                                                        unsigned int count) override {
         auto const [result, resultSpecial] = EvaluateOnce(inputs, value, special);
         core::StoreTypeInfo const& elementType = m_outputType.GetMainType();
         if (resultSpecial != core::SpecialKind::None) {
@@ -101,8 +103,8 @@ public:
         return core::factory::MakeConstantArray<OutStorage>(elementType, ToStorage<Out>(result), count);
     }
 
-    void TransformConstantOverRange(TransformValues const& inputs, InStorage const& value, core::SpecialKind special,
-                                    RawDataView view) override {
+    void TransformConstantOverRange(TransformValues const& inputs, InStorage const& value,
+                                    core::SpecialKind special, RawDataView view) override {
         auto const [result, resultSpecial] = EvaluateOnce(inputs, value, special);
         if (view.GetLength() == 0) {
             return;
@@ -142,14 +144,15 @@ public:
                                      AsLogicalSpan<Out>(out.data(), out.size()), outSpecials);
         // One word shared by all blocks: read it first so that blocks after the first special
         // neither scan nor write it.
-        if (!block.HasSpecials() && std::any_of(outSpecials.begin(), outSpecials.end(), [](core::SpecialKind s) {
-                return s != core::SpecialKind::None;
-            })) {
+        if (!block.HasSpecials() &&
+            std::any_of(outSpecials.begin(), outSpecials.end(),
+                        [](core::SpecialKind s) { return s != core::SpecialKind::None; })) {
             block.SetHasSpecials(true);
         }
     }
 
-    void TransformBlock(core::ArrayView<InStorage const> values, RawDataView view, unsigned int row) override {
+    void TransformBlock(core::ArrayView<InStorage const> values, RawDataView view,
+                        unsigned int row) override {
         RawDataView const block = view.SubView(row, values.size());
         std::span<OutStorage> const out = block.GetElements<OutStorage>();
         m_regularFunction->CallBlock(AsLogicalSpan<In>(values.data(), values.size()),

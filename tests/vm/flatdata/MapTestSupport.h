@@ -1,0 +1,141 @@
+#pragma once
+
+// Shared by the Map tests: a function lookup with the built-ins and a few probe functions that
+// count their calls, double columns built in memory or as JSON, and a run of a program through
+// the VM that returns the value of one result key.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <bit>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "zel/core/functions/BuiltinFunctions.h"
+#include "zel/core/functions/FunctionLookup.h"
+#include "zel/core/store/ArrayFactory.h"
+#include "zel/core/store/DataStore.h"
+#include "zel/core/store/IStoreKeyMap.h"
+#include "zel/core/store/ITypedArray.h"
+#include "zel/core/store/StoreValue.h"
+#include "zel/vm/host/VMFactory.h"
+
+namespace zel::test::map {
+
+using core::SpecialKind;
+using Value = std::shared_ptr<core::StoreValue>;
+
+// Row calls of the probes since the last reset (a block call counts each of its rows).
+inline std::atomic<long long> g_probeCalls{0};
+
+// probe_count(x) = x + 1, plain, with the special form that passes specials on.
+// probe_running(x) = 1, 2, 3, ... in call order: stateful.
+// probe_special(x, s): special-only; a special row becomes -1, a negative value becomes Error,
+//   any other value x * 10.
+// probe_regular(x) = x + 100, regular-only: no special form at all.
+inline core::FunctionLookup const& Functions() {
+    static std::unique_ptr<core::FunctionLookup> const lookup = [] {
+        auto l = std::make_unique<core::FunctionLookup>();
+        core::RegisterBuiltinFunctions(*l);
+        l->RegisterUnary(L"probe_count", [](double x) {
+            g_probeCalls.fetch_add(1, std::memory_order_relaxed);
+            return x + 1.0;
+        });
+        l->RegisterUnary(L"probe_running", [](long long& n, double) {
+            g_probeCalls.fetch_add(1, std::memory_order_relaxed);
+            return ++n;
+        });
+        l->RegisterUnary(L"probe_special", [](double x, SpecialKind s) {
+            g_probeCalls.fetch_add(1, std::memory_order_relaxed);
+            if (s != SpecialKind::None) {
+                return std::pair{-1.0, SpecialKind::None};
+            }
+            return x < 0 ? std::pair{0.0, SpecialKind::Error} : std::pair{x * 10.0, SpecialKind::None};
+        });
+        // A plain registration brings a special form along; keep only its regular factory.
+        core::FunctionLookup scratch;
+        auto const& plain = scratch.RegisterUnary(L"probe_regular", [](double x) { return x + 100.0; });
+        using Regular = core::FunctionFactory<core::IUnaryFunction<double, double>>;
+        using Special = core::FunctionFactory<core::IUnarySpecialFunction<double, double>>;
+        l->Register(core::RegisteredFunctions::Make(
+            core::FunctionKind::Unary, plain.GetKey(), plain.GetOutputType(), false, false,
+            reinterpret_cast<Regular>(plain.GetFunction()), Special{nullptr}));
+        return l;
+    }();
+    return *lookup;
+}
+
+// A double column; rows listed in `nullRows` are the special Null (their slot holds 0).
+inline Value Doubles(std::vector<double> const& values, std::vector<unsigned int> const& nullRows = {}) {
+    auto storage = std::make_unique<std::vector<unsigned long long>>();
+    storage->reserve(values.size());
+    for (double v : values) {
+        storage->push_back(std::bit_cast<unsigned long long>(v));
+    }
+    std::unique_ptr<std::vector<SpecialKind>> specials;
+    if (!nullRows.empty()) {
+        specials = std::make_unique<std::vector<SpecialKind>>(values.size(), SpecialKind::None);
+        for (unsigned int row : nullRows) {
+            (*storage)[row] = 0;
+            (*specials)[row] = SpecialKind::Null;
+        }
+    }
+    return core::factory::MakeArray<unsigned long long>(core::StoreTypeInfo::Double, std::move(storage),
+                                                        nullptr, std::move(specials));
+}
+
+// 0.5, 1.5, 2.5, ... and, with `negativeEvery`, every such row negated.
+inline std::vector<double> Ramp(unsigned int count, unsigned int negativeEvery = 0) {
+    std::vector<double> values(count);
+    for (unsigned int i = 0; i < count; ++i) {
+        values[i] = (negativeEvery != 0 && i % negativeEvery == 0) ? -(i + 0.5) : i + 0.5;
+    }
+    return values;
+}
+
+// One row of a double result: its value, or nothing when it is special.
+struct DoubleRow {
+    std::optional<double> value;
+    SpecialKind special = SpecialKind::None;
+};
+
+inline DoubleRow RowOf(Value const& array, unsigned int row) {
+    auto const& typed = array->AsTypedArray<unsigned long long>();
+    SpecialKind const special = typed.GetSpecial(row);
+    if (special != SpecialKind::None) {
+        return {std::nullopt, special};
+    }
+    return {std::bit_cast<double>(typed.GetValue(row)), SpecialKind::None};
+}
+
+// Runs `program` over a store holding `inputs` and returns the result under `result`.
+inline Value RunProgram(std::string const& program,
+                        std::vector<std::pair<wchar_t const*, Value>> const& inputs,
+                        vm::VMOptions const& options = {}, wchar_t const* result = L"b") {
+    core::StoreValueMap entries;
+    for (auto const& [name, value] : inputs) {
+        entries.emplace(name, value);
+    }
+    std::shared_ptr<core::IDataStore> store = core::factory::MakeDataStore(std::move(entries));
+    auto vm = vm::VMFactory::Make(TStringCore::FromUtf8(program), store, Functions(), options);
+    EXPECT_EQ(vm->Execute(), vm::TransformStatus::Complete);
+    return vm->MaterializeDataStore()->GetValue(core::KeyPath(result));
+}
+
+// Options with blocks of `blockSize` rows of 8-byte elements.
+inline vm::VMOptions SmallBlocks(unsigned int blockSize = 4) {
+    vm::VMOptions options;
+    options.SetBaseVectorizationBlockSize(blockSize);
+    return options;
+}
+
+// `function` (a VTL call such as "multiply(2.0)") mapped over a double column ~init.a into b.
+inline std::string MapProgram(std::string const& function, std::string const& inputType = "array<double>",
+                              std::string const& outputType = "array<double>") {
+    return "input ~init.a : " + inputType + "\nb : " + outputType + " = Map(~init.a) fn " + function + "\n";
+}
+
+}  // namespace zel::test::map
