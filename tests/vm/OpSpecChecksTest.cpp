@@ -181,25 +181,36 @@ std::vector<CheckRow> Rows() {
                                          FunctionSpec::Make(SortFuncName, {asc, asc, asc}),
                                          {},
                                          factory::MakeBool(true)});
+    auto const concat = OpConcatSpec::Create({P(L"a"), P(L"b")}, P(L"c"));
+    auto const copy = OpCopySpec::Create(P(L"a"), P(L"b"));
+    auto const keySet = OpCreateKeySetSpec::Create(P(L"k"), P(L"v"), P(L"s"));
+    auto const table = OpCreateTableSpec::Create({P(L"a")}, P(L"t"));
+    auto const input = OpInputSpec::Create(Fn(), P(L"a"));
+    auto const map = OpMapSpec::Create(P(L"a"), Fn(), P(L"b"));
+    auto const ret = OpReturnSpec::Create({P(L"a")}, P(L"r"));
+    auto const setValue = OpSetValueSpec::Create(Fn(), P(L"v"));
+    auto const setMulti = OpSetValueMultiSpec::Create(Fn(), P(L"v"));
+    auto const slice = OpSliceSpec::Create(P(L"a"), Fn(), P(L"b"));
+    auto const zip = OpZipSpec::Create(P(L"a"), P(L"b"), P(L"z"));
+    auto const zipWith = OpZipWithSpec::Create(P(L"a"), P(L"b"), Fn(), P(L"z"));
+    auto const keyMap = OpInternalCreateKeyMapSpec::Create({P(L"a")}, P(L"m"));
+    auto const output = OpOutputSpec::Create(Fn());
 
     std::vector<CheckRow> rows = {
-        // Reduce, Scan, ScanRight
+        // Reduce, Scan and ScanRight share one view, as do GroupBy and ApplyByPartition, and the joins.
         Breaks<OpAggregateSpec>("Aggregate", reduce, AddInput, 222, c_oneInput),
         Breaks<OpAggregateSpec>("Aggregate", reduce, NoOutputs, 219, c_oneOutput),
         Breaks<OpAggregateSpec>("Aggregate", reduce, DropValue, 250, c_value),
         Breaks<OpAggregateSpec>("Aggregate", reduce, DropFunction, 243, c_function),
-        // GroupBy, ApplyByPartition
         Breaks<OpGroupBySpec>("Partition", groupBy, NoInputs, 223, "(inputs).size() >= 1"),
         Breaks<OpGroupBySpec>("Partition", groupBy, SetInputs({P(L"t"), P(L"t.k"), P(L"c"), P(L"t.j")}), 229,
                               "!(isPartitionKey && foundNonPartition)"),
         Breaks<OpGroupBySpec>("Partition", groupBy, NoOutputs, 219, c_oneOutput),
         Breaks<OpGroupBySpec>("Partition", groupBy, AddFunction, 244, c_noFunction),
-        // Block
         Breaks<OpBlockSpec>("Block", block, SetChildren({}), 246, "!(m_spec.GetChildTransforms().empty())"),
         Breaks<OpBlockSpec>("Block", block, AddFunction, 244, "(m_spec.GetFunctionSpec() == nullptr)"),
         Breaks<OpBlockSpec>("Block", block, DropValue, 253, "(m_spec.GetValue() != nullptr)"),
         Breaks<OpBlockSpec>("Block", block, SetValue(factory::MakeInt32(1)), 253, ValueIs("String")),
-        // Call
         Breaks<OpCallSpec>("Call", call, AddFunction, 244, c_noFunction),
         Breaks<OpCallSpec>("Call", call, DropValue, 253, c_value),
         Breaks<OpCallSpec>("Call", call, SetValue(factory::MakeInt32(1)), 253, ValueIs("String")),
@@ -218,43 +229,30 @@ std::vector<CheckRow> Rows() {
         Fails(
             "CaseCreate", [] { OpCaseSpec::Create({}, {P(L"out")}, {Else()}); }, 233,
             "(children).size() >= 2"),
-        // Concat
-        Breaks<OpConcatSpec>("Concat", OpConcatSpec::Create({P(L"a"), P(L"b")}, P(L"c")), KeepInputs(1), 225,
-                             "(m_spec.GetInputs()).size() >= 2"),
-        Breaks<OpConcatSpec>("Concat", OpConcatSpec::Create({P(L"a"), P(L"b")}, P(L"c")), NoOutputs, 219,
-                             c_oneOutput),
+        Breaks<OpConcatSpec>("Concat", concat, KeepInputs(1), 225, "(m_spec.GetInputs()).size() >= 2"),
+        Breaks<OpConcatSpec>("Concat", concat, NoOutputs, 219, c_oneOutput),
         // Constant: one input with a stored constant, two (array and key) without
         Breaks<OpConstantSpec>("Constant", storedConstant, AddInput, 255, c_oneInput),
         Breaks<OpConstantSpec>("Constant", keyConstant, KeepInputs(1), 255,
                                "(m_spec.GetInputs()).size() == 2"),
         Breaks<OpConstantSpec>("Constant", keyConstant, NoOutputs, 219, c_oneOutput),
-        // Copy
-        Breaks<OpCopySpec>("Copy", OpCopySpec::Create(P(L"a"), P(L"b")), AddInput, 222, c_oneInput),
-        Breaks<OpCopySpec>("Copy", OpCopySpec::Create(P(L"a"), P(L"b")), AddOutput, 219, c_oneOutput),
-        // CreateKeySet
-        Breaks<OpCreateKeySetSpec>("CreateKeySet", OpCreateKeySetSpec::Create(P(L"k"), P(L"v"), P(L"s")),
-                                   KeepInputs(1), 224, "(m_spec.GetInputs()).size() == 2"),
-        Breaks<OpCreateKeySetSpec>("CreateKeySet", OpCreateKeySetSpec::Create(P(L"k"), P(L"v"), P(L"s")),
-                                   NoOutputs, 219, c_oneOutput),
-        Breaks<OpCreateKeySetSpec>("CreateKeySet", OpCreateKeySetSpec::Create(P(L"k"), P(L"v"), P(L"s")),
-                                   SetValue(factory::MakeBool(true)), 260, "(m_spec.GetValue()) == nullptr"),
-        Breaks<OpCreateKeySetSpec>("CreateKeySet", OpCreateKeySetSpec::Create(P(L"k"), P(L"v"), P(L"s")),
-                                   AddFunction, 244, c_noFunction),
-        // CreateTable
-        Breaks<OpCreateTableSpec>("CreateTable", OpCreateTableSpec::Create({P(L"a")}, P(L"t")), NoInputs, 220,
-                                  "!(m_spec.GetInputs()).empty()"),
-        Breaks<OpCreateTableSpec>("CreateTable", OpCreateTableSpec::Create({P(L"a")}, P(L"t")), AddOutput,
-                                  219, c_oneOutput),
-        // Distinct
+        Breaks<OpCopySpec>("Copy", copy, AddInput, 222, c_oneInput),
+        Breaks<OpCopySpec>("Copy", copy, AddOutput, 219, c_oneOutput),
+        Breaks<OpCreateKeySetSpec>("CreateKeySet", keySet, KeepInputs(1), 224,
+                                   "(m_spec.GetInputs()).size() == 2"),
+        Breaks<OpCreateKeySetSpec>("CreateKeySet", keySet, NoOutputs, 219, c_oneOutput),
+        Breaks<OpCreateKeySetSpec>("CreateKeySet", keySet, SetValue(factory::MakeBool(true)), 260,
+                                   "(m_spec.GetValue()) == nullptr"),
+        Breaks<OpCreateKeySetSpec>("CreateKeySet", keySet, AddFunction, 244, c_noFunction),
+        Breaks<OpCreateTableSpec>("CreateTable", table, NoInputs, 220, "!(m_spec.GetInputs()).empty()"),
+        Breaks<OpCreateTableSpec>("CreateTable", table, AddOutput, 219, c_oneOutput),
         Breaks<OpDistinctSpec>("Distinct", distinct, NoInputs, 222, c_oneInput),
         Breaks<OpDistinctSpec>("Distinct", distinct, NoOutputs, 219, c_oneOutput),
         Breaks<OpDistinctSpec>("Distinct", distinct, DropValue, 252, c_value),
         Breaks<OpDistinctSpec>("Distinct", distinct, SetValue(factory::MakeInt32(1)), 252, ValueIs("Bool")),
-        // Else
         Breaks<OpElseSpec>("Else", Else(), AddInput, 217, "(m_spec.GetInputs()).size() == 0"),
         Breaks<OpElseSpec>("Else", Else(), AddOutput, 218, "(m_spec.GetOutputs()).size() == 0"),
         Breaks<OpElseSpec>("Else", Else(), AddFunction, 244, c_noFunction),
-        // Filter
         Breaks<OpFilterSpec>("Filter", filter, NoInputs, 223, "(m_spec.GetInputs()).size() >= 1"),
         Breaks<OpFilterSpec>("Filter", filter, NoOutputs, 219, c_oneOutput),
         Breaks<OpFilterSpec>("Filter", filter, DropValue, 251, c_value),
@@ -263,25 +261,21 @@ std::vector<CheckRow> Rows() {
         Fails(
             "FilterCreate", [] { OpFilterSpec::Create(P(L"a"), true, Fn(), P(L"out")); }, 228,
             "(!makeTable || input.GetCount() > 1)"),
-        // Index
         Breaks<OpIndexSpec>("Index", index, AddInput, 222, c_oneInput),
         Breaks<OpIndexSpec>("Index", index, NoOutputs, 219, c_oneOutput),
         Breaks<OpIndexSpec>("Index", index, DropValue, 254, c_value),
         Breaks<OpIndexSpec>("Index", index, SetValue(factory::MakeBool(true)), 254, ValueIs("Int32")),
-        // InnerJoin, LeftOuterJoin
         Breaks<OpInnerJoinSpec>("Join", join, KeepInputs(3), 226, "(m_spec.GetInputs()).size() >= 4"),
         Breaks<OpInnerJoinSpec>("Join", join, NoOutputs, 219, c_oneOutput),
         Fails(
             "JoinCreate",
             [] { OpInnerJoinSpec::Create(std::vector<std::pair<KeyPath, KeyPath>>{}, P(L"out")); }, 226,
             "!(columns.empty())"),
-        // Input
-        Breaks<OpInputSpec>("Input", OpInputSpec::Create(Fn(), P(L"a")), NoOutputs, 219, c_oneOutput),
-        Breaks<OpInputSpec>("Input", OpInputSpec::Create(Fn(), P(L"a")), DropFunction, 243, c_function),
-        // Map
-        Breaks<OpMapSpec>("Map", OpMapSpec::Create(P(L"a"), Fn(), P(L"b")), AddInput, 222, c_oneInput),
-        Breaks<OpMapSpec>("Map", OpMapSpec::Create(P(L"a"), Fn(), P(L"b")), AddOutput, 219, c_oneOutput),
-        Breaks<OpMapSpec>("Map", OpMapSpec::Create(P(L"a"), Fn(), P(L"b")), DropFunction, 243, c_function),
+        Breaks<OpInputSpec>("Input", input, NoOutputs, 219, c_oneOutput),
+        Breaks<OpInputSpec>("Input", input, DropFunction, 243, c_function),
+        Breaks<OpMapSpec>("Map", map, AddInput, 222, c_oneInput),
+        Breaks<OpMapSpec>("Map", map, AddOutput, 219, c_oneOutput),
+        Breaks<OpMapSpec>("Map", map, DropFunction, 243, c_function),
         // MultiSort: the flag first (it decides how many inputs are columns), then the shape
         Breaks<OpMultiSortSpec>("MultiSort", tableSort, DropValue, 251, "(spec.GetValue()) != nullptr"),
         Breaks<OpMultiSortSpec>("MultiSort", tableSort, SetValue(factory::MakeInt32(1)), 251,
@@ -314,46 +308,26 @@ std::vector<CheckRow> Rows() {
         Fails(
             "MultiSortCreate", [] { OpMultiSortSpec::Create({P(L"a")}, {SortSpecOrder(2)}, false, P(L"o")); },
             214, ""),
-        // Output
-        Breaks<OpOutputSpec>("Output", OpOutputSpec::Create(Fn()), DropFunction, 243, c_function),
+        Breaks<OpOutputSpec>("Output", output, DropFunction, 243, c_function),
         // Return: 222 although the test is "at least one"
-        Breaks<OpReturnSpec>("Return", OpReturnSpec::Create({P(L"a")}, P(L"r")), NoInputs, 222,
-                             "(m_spec.GetInputs()).size() >= 1"),
-        Breaks<OpReturnSpec>("Return", OpReturnSpec::Create({P(L"a")}, P(L"r")), AddOutput, 219, c_oneOutput),
-        // SetValue, SetValueMulti
-        Breaks<OpSetValueSpec>("SetValue", OpSetValueSpec::Create(Fn(), P(L"v")), NoOutputs, 219,
-                               c_oneOutput),
-        Breaks<OpSetValueSpec>("SetValue", OpSetValueSpec::Create(Fn(), P(L"v")), DropFunction, 243,
-                               c_function),
-        Breaks<OpSetValueMultiSpec>("SetValueMulti", OpSetValueMultiSpec::Create(Fn(), P(L"v")), AddOutput,
-                                    219, c_oneOutput),
-        Breaks<OpSetValueMultiSpec>("SetValueMulti", OpSetValueMultiSpec::Create(Fn(), P(L"v")), DropFunction,
-                                    243, c_function),
-        // Slice
-        Breaks<OpSliceSpec>("Slice", OpSliceSpec::Create(P(L"a"), Fn(), P(L"b")), NoInputs, 222, c_oneInput),
-        Breaks<OpSliceSpec>("Slice", OpSliceSpec::Create(P(L"a"), Fn(), P(L"b")), NoOutputs, 219,
-                            c_oneOutput),
-        Breaks<OpSliceSpec>("Slice", OpSliceSpec::Create(P(L"a"), Fn(), P(L"b")), DropFunction, 243,
-                            c_function),
-        // When
+        Breaks<OpReturnSpec>("Return", ret, NoInputs, 222, "(m_spec.GetInputs()).size() >= 1"),
+        Breaks<OpReturnSpec>("Return", ret, AddOutput, 219, c_oneOutput),
+        Breaks<OpSetValueSpec>("SetValue", setValue, NoOutputs, 219, c_oneOutput),
+        Breaks<OpSetValueSpec>("SetValue", setValue, DropFunction, 243, c_function),
+        Breaks<OpSetValueMultiSpec>("SetValueMulti", setMulti, AddOutput, 219, c_oneOutput),
+        Breaks<OpSetValueMultiSpec>("SetValueMulti", setMulti, DropFunction, 243, c_function),
+        Breaks<OpSliceSpec>("Slice", slice, NoInputs, 222, c_oneInput),
+        Breaks<OpSliceSpec>("Slice", slice, NoOutputs, 219, c_oneOutput),
+        Breaks<OpSliceSpec>("Slice", slice, DropFunction, 243, c_function),
         Breaks<OpWhenSpec>("When", When(), AddInput, 217, "(m_spec.GetInputs()).size() == 0"),
         Breaks<OpWhenSpec>("When", When(), AddOutput, 218, "(m_spec.GetOutputs()).size() == 0"),
         Breaks<OpWhenSpec>("When", When(), DropFunction, 243, c_function),
-        // Zip
-        Breaks<OpZipSpec>("Zip", OpZipSpec::Create(P(L"a"), P(L"b"), P(L"z")), KeepInputs(1), 225,
-                          "(m_spec.GetInputs()).size() >= 2"),
-        Breaks<OpZipSpec>("Zip", OpZipSpec::Create(P(L"a"), P(L"b"), P(L"z")), NoOutputs, 219, c_oneOutput),
-        // ZipWith
-        Breaks<OpZipWithSpec>("ZipWith", OpZipWithSpec::Create(P(L"a"), P(L"b"), Fn(), P(L"z")), AddInput,
-                              224, "(m_spec.GetInputs()).size() == 2"),
-        Breaks<OpZipWithSpec>("ZipWith", OpZipWithSpec::Create(P(L"a"), P(L"b"), Fn(), P(L"z")), NoOutputs,
-                              219, c_oneOutput),
-        Breaks<OpZipWithSpec>("ZipWith", OpZipWithSpec::Create(P(L"a"), P(L"b"), Fn(), P(L"z")), DropFunction,
-                              243, c_function),
-        // InternalCreateKeyMap
-        Breaks<OpInternalCreateKeyMapSpec>("InternalCreateKeyMap",
-                                           OpInternalCreateKeyMapSpec::Create({P(L"a")}, P(L"m")), NoOutputs,
-                                           219, c_oneOutput),
+        Breaks<OpZipSpec>("Zip", zip, KeepInputs(1), 225, "(m_spec.GetInputs()).size() >= 2"),
+        Breaks<OpZipSpec>("Zip", zip, NoOutputs, 219, c_oneOutput),
+        Breaks<OpZipWithSpec>("ZipWith", zipWith, AddInput, 224, "(m_spec.GetInputs()).size() == 2"),
+        Breaks<OpZipWithSpec>("ZipWith", zipWith, NoOutputs, 219, c_oneOutput),
+        Breaks<OpZipWithSpec>("ZipWith", zipWith, DropFunction, 243, c_function),
+        Breaks<OpInternalCreateKeyMapSpec>("InternalCreateKeyMap", keyMap, NoOutputs, 219, c_oneOutput),
     };
     // Test names: the view and the code, numbered where a view has more than one check of a code.
     std::map<std::string, int> seen;
