@@ -78,15 +78,6 @@ TEST(BuiltinNulls, IsNullIsNotNullAndFillNull) {
     EXPECT_EQ((Unary<RIndirectString, RIndirectString>(L"fill_null", S<RIndirectString>(Error),
                                                        Args(f::MakeString(L"?")))),
               V(RIndirectString(L"?")));
-
-    // Over a block with specials in it.
-    auto fill = MakeUnary<long long, long long>(L"fill_null", Args(f::MakeInt64(0)));
-    ASSERT_TRUE(fill.special);
-    std::vector<long long> in{5, 0, 7}, out(3);
-    std::vector<SpecialKind> specials{SpecialKind::None, Null, SpecialKind::None}, outSpecials(3, Error);
-    fill.special->CallBlock(in, specials, out, outSpecials);
-    EXPECT_EQ(out, (std::vector<long long>{5, 0, 7}));
-    EXPECT_EQ(outSpecials, std::vector<SpecialKind>(3, SpecialKind::None));
 }
 
 }  // namespace
