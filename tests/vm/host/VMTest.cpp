@@ -155,7 +155,7 @@ TEST_F(VMTest, BadProgramsAndStoresFailInMake) {
     EXPECT_THROW(Make("b = Copy(", "{}"), core::ZelRuntimeException);
     EXPECT_THROW(Make(c_chain, "{"), core::ZelRuntimeException);
     // A well-formed program whose operator has no transform yet.
-    EXPECT_THROW(Make("input ~init.a : array<double>\nb : array<double> = Map(~init.a) fn negate()", R"({"a": [1.5]})"),
+    EXPECT_THROW(Make("input ~init.a : array<double>\nb : array<double> = Filter(~init.a) fn gt(1.0)", R"({"a": [1.5]})"),
                  core::ZelRuntimeException);
 }
 
