@@ -1,0 +1,266 @@
+// Every instance of Map, reached from a VTL program through a built-in function: one table row per
+// pair of the function's input StoreType and output value class, each with a small column that
+// holds a special where the function lets one through (or makes one), and the exact result. The
+// rows are checked against the instance table, so an instance without a row fails, as does a row
+// whose column or result is not of the types it claims to reach.
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <set>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "core/functions/builtin/InstanceTables.h"
+#include "zel/core/functions/BuiltinFunctions.h"
+#include "zel/core/io/JsonStoreWriter.h"
+#include "zel/core/io/StoreValueParser.h"
+#include "zel/core/store/DataStore.h"
+#include "zel/core/store/IStoreArray.h"
+#include "zel/core/utility/ZelException.h"
+#include "zel/vm/host/VMFactory.h"
+
+namespace zel::test::map {
+namespace {
+
+using builtin::MapInstances;
+using builtin::ValueClass;
+using builtin::ValueClassOf;
+using core::StoreType;
+
+struct InstanceCase {
+    StoreType in;
+    ValueClass out;
+    std::string_view function;    // the VTL call, as in `Map(~init.a) fn <function>`
+    std::string_view outputType;  // the VTL type of the result
+    std::string_view column;      // the JSON of ~init.a
+    std::string_view expected;    // the JSON of the result
+};
+
+using VC = ValueClass;
+using ST = StoreType;
+
+// The values sit where a wrong instance would show: integers that wrap or narrow, floats that
+// round or saturate, a float widened to double, texts that do not parse, full case mapping and
+// code points, calendar overflow, tuple elements that are missing or do not convert. Functions of
+// both forms appear: a regular one passes a Null row on; a special-only one (power, to_datetime,
+// to_bool of a text, add_days, get_float) makes its own specials.
+// clang-format off
+std::vector<InstanceCase> const& Cases() {
+    static std::vector<InstanceCase> const cases{
+        // bool
+        {ST::Bool, VC::Bool, "not()", "array<bool>", R"([true, false, null])", R"({"$type": "array<bool>", "values": [false, true, null]})"},
+        {ST::Bool, VC::Int64, "to_int64()", "array<int64>", R"([true, false, null])", R"({"$type": "array<int64>", "values": [1, 0, null]})"},
+        {ST::Bool, VC::Double, "to_double()", "array<double>", R"([true, false, null])", R"({"$type": "array<double>", "values": [1.0, 0.0, null]})"},
+        // int32
+        {ST::Int32, VC::Bool, "gt(1)", "array<bool>", R"([1, 2, null])", R"({"$type": "array<bool>", "values": [false, true, null]})"},
+        {ST::Int32, VC::Int32, "multiply(3)", "array<int32>", R"([1, -2, 2147483647, null])", R"({"$type": "array<int32>", "values": [3, -6, 2147483645, null]})"},
+        {ST::Int32, VC::Int64, "power(2)", "array<int64>", R"([3, -2, 65536, null])", R"({"$type": "array<int64>", "values": [9, 4, 4294967296, null]})"},
+        {ST::Int32, VC::Float, "to_float()", "array<float>", R"([3, -16777217, null])", R"({"$type": "array<float>", "values": [3.0, -16777216.0, null]})"},
+        {ST::Int32, VC::Double, "sqrt()", "array<double>", R"([4, 2, null])", R"({"$type": "array<double>", "values": [2.0, 1.4142135623730951, null]})"},
+        {ST::Int32, VC::String, "to_string()", "array<string>", R"([1, -20, null])", R"({"$type": "array<string>", "values": ["1", "-20", null]})"},
+        // int64
+        {ST::Int64, VC::Bool, "is_null()", "array<bool>", R"({"$type": "array<int64>", "values": [5000000000, 1, null]})", R"({"$type": "array<bool>", "values": [false, false, true]})"},
+        {ST::Int64, VC::Int32, "to_int32()", "array<int32>", R"({"$type": "array<int64>", "values": [5000000000, -1, null]})", R"({"$type": "array<int32>", "values": [705032704, -1, null]})"},
+        {ST::Int64, VC::Int64, "subtract(1L)", "array<int64>", R"({"$type": "array<int64>", "values": [5000000000, -9223372036854775808, null]})", R"({"$type": "array<int64>", "values": [4999999999, 9223372036854775807, null]})"},
+        {ST::Int64, VC::Float, "to_float()", "array<float>", R"({"$type": "array<int64>", "values": [5000000000, 16777217, null]})", R"({"$type": "array<float>", "values": [5e9, 16777216.0, null]})"},
+        {ST::Int64, VC::Double, "to_double()", "array<double>", R"({"$type": "array<int64>", "values": [5000000000, -3, null]})", R"({"$type": "array<double>", "values": [5e9, -3.0, null]})"},
+        {ST::Int64, VC::Color, "to_color()", "array<color>", R"({"$type": "array<int64>", "values": [296419200, 255, null]})", R"({"$type": "array<color>", "values": ["#11AAFF80", "#000000FF", null]})"},
+        // float
+        {ST::Float, VC::Bool, "lt(1.0f)", "array<bool>", R"({"$type": "array<float>", "values": [0.5, 1.5, null]})", R"({"$type": "array<bool>", "values": [true, false, null]})"},
+        {ST::Float, VC::Int32, "to_int32()", "array<int32>", R"({"$type": "array<float>", "values": [2.75, -2.75, "nan", null]})", R"({"$type": "array<int32>", "values": [2, -2, 0, null]})"},
+        {ST::Float, VC::Int64, "to_int64()", "array<int64>", R"({"$type": "array<float>", "values": [1e10, -0.5, null]})", R"({"$type": "array<int64>", "values": [10000000000, 0, null]})"},
+        {ST::Float, VC::Float, "multiply(2.0f)", "array<float>", R"({"$type": "array<float>", "values": [1.5, -0.25, null]})", R"({"$type": "array<float>", "values": [3.0, -0.5, null]})"},
+        {ST::Float, VC::Double, "to_double()", "array<double>", R"({"$type": "array<float>", "values": [0.5, 0.1, null]})", R"({"$type": "array<double>", "values": [0.5, 0.10000000149011612, null]})"},
+        // double
+        {ST::Double, VC::Bool, "between(0.0, 1.0)", "array<bool>", R"([0.5, 2.0, null])", R"({"$type": "array<bool>", "values": [true, false, null]})"},
+        {ST::Double, VC::Int32, "to_int32()", "array<int32>", R"({"$type": "array<double>", "values": [2.9, -1e20, "nan", null]})", R"({"$type": "array<int32>", "values": [2, -2147483648, 0, null]})"},
+        {ST::Double, VC::Int64, "to_int64()", "array<int64>", R"([-2.9, 1e30, null])", R"({"$type": "array<int64>", "values": [-2, 9223372036854775807, null]})"},
+        {ST::Double, VC::Float, "to_float()", "array<float>", R"([0.1, 1e300, null])", R"({"$type": "array<float>", "values": [0.1, "inf", null]})"},
+        {ST::Double, VC::Double, "multiply(2.0)", "array<double>", R"([1.5, -0.25, null])", R"({"$type": "array<double>", "values": [3.0, -0.5, null]})"},
+        {ST::Double, VC::DateTime, "to_datetime()", "array<datetime>", R"([0.0, 86400.5, 1e20, null])", R"({"$type": "array<datetime>", "values": ["1970-01-01T00:00:00", "1970-01-02T00:00:00.5", {"$special": "error"}, null]})"},
+        {ST::Double, VC::Color, "to_color()", "array<color>", R"([255.0, 4278190335.0, null])", R"({"$type": "array<color>", "values": ["#000000FF", "#FF0000FF", null]})"},
+        // string
+        {ST::String, VC::Bool, "to_bool()", "array<bool>", R"(["true", " 0 ", "x", null])", R"({"$type": "array<bool>", "values": [true, false, {"$special": "error"}, null]})"},
+        {ST::String, VC::Int32, "to_int32()", "array<int32>", R"(["12", " -3 ", "x", null])", R"({"$type": "array<int32>", "values": [12, -3, {"$special": "error"}, null]})"},
+        {ST::String, VC::Int64, "length()", "array<int64>", R"(["straße", "", "\ud83d\ude00", null])", R"({"$type": "array<int64>", "values": [6, 0, 1, null]})"},
+        {ST::String, VC::Double, "to_double()", "array<double>", R"(["1.5", "1e3", "x", null])", R"({"$type": "array<double>", "values": [1.5, 1000.0, {"$special": "error"}, null]})"},
+        {ST::String, VC::String, "upper()", "array<string>", R"(["straße", "abc", null])", R"({"$type": "array<string>", "values": ["STRASSE", "ABC", null]})"},
+        // datetime
+        {ST::DateTime, VC::Bool, R"(gt(datetime("2024-01-01T00:00:00")))", "array<bool>", R"({"$type": "array<datetime>", "values": ["2023-12-31T23:59:59", "2024-01-01T00:00:00.000001", null]})", R"({"$type": "array<bool>", "values": [false, true, null]})"},
+        {ST::DateTime, VC::Int32, "year()", "array<int32>", R"({"$type": "array<datetime>", "values": ["2023-12-31T23:59:59", "2024-01-01T00:00:00", null]})", R"({"$type": "array<int32>", "values": [2023, 2024, null]})"},
+        {ST::DateTime, VC::Int64, "to_int64()", "array<int64>", R"({"$type": "array<datetime>", "values": ["1970-01-02T00:00:00", "1969-12-31T23:59:59", null]})", R"({"$type": "array<int64>", "values": [86400, -1, null]})"},
+        {ST::DateTime, VC::Double, "to_double()", "array<double>", R"({"$type": "array<datetime>", "values": ["1970-01-01T00:00:01.5", null]})", R"({"$type": "array<double>", "values": [1.5, null]})"},
+        {ST::DateTime, VC::DateTime, "add_days(1)", "array<datetime>", R"({"$type": "array<datetime>", "values": ["2024-02-28T12:00:00", "9999-12-31T00:00:00", null]})", R"({"$type": "array<datetime>", "values": ["2024-02-29T12:00:00", {"$special": "error"}, null]})"},
+        // color: a null row filled
+        {ST::Color, VC::Color, "fill_null(color(0x000000FF))", "array<color>", R"({"$type": "array<color>", "values": ["#11AAFF80", null]})", R"({"$type": "array<color>", "values": ["#11AAFF80", "#000000FF"]})"},
+        // tuple
+        {ST::Tuple, VC::Int64, "length()", "array<int64>", R"({"$type": "array<tuple>", "values": [{"$type": "tuple", "values": [1, "x"]}, {"$type": "tuple", "values": []}, null]})", R"({"$type": "array<int64>", "values": [2, 0, null]})"},
+        {ST::Tuple, VC::Float, "get_float(0)", "array<float>", R"({"$type": "array<tuple>", "values": [{"$type": "tuple", "values": [2.5]}, {"$type": "tuple", "values": [null]}, {"$type": "tuple", "values": []}, {"$type": "tuple", "values": ["x"]}, null]})", R"({"$type": "array<float>", "values": [2.5, null, {"$special": "error"}, {"$special": "error"}, null]})"},
+        {ST::Tuple, VC::Double, "get_double(1)", "array<double>", R"({"$type": "array<tuple>", "values": [{"$type": "tuple", "values": [1, 7]}, {"$type": "tuple", "values": [true, 2.5]}, null]})", R"({"$type": "array<double>", "values": [7.0, 2.5, null]})"},
+        {ST::Tuple, VC::Value, "get(0)", "array<object>", R"({"$type": "array<tuple>", "values": [{"$type": "tuple", "values": [1, "x"]}, {"$type": "tuple", "values": ["s"]}, null]})", R"({"$type": "array<object>", "values": [1, "s", null]})"},
+        // key map
+        {ST::KeyMap, VC::String, "to_string()", "array<string>", R"({"$type": "array<keymap>", "values": [{"x": 1, "y": "z"}, null]})", R"({"$type": "array<string>", "values": ["{x: 1, y: \"z\"}", null]})"},
+    };
+    return cases;
+}
+// clang-format on
+
+std::string Describe(InstanceCase const& c) {
+    std::ostringstream text;
+    text << core::StoreTypeName(c.in) << " -> " << builtin::ValueClassName(c.out) << " by " << c.function;
+    return text.str();
+}
+
+// The VTL type of a column of `type`.
+std::string ColumnType(StoreType type) {
+    return "array<" + std::string(core::StoreTypeName(type)) + ">";
+}
+
+std::string Program(InstanceCase const& c) {
+    std::ostringstream text;
+    text << "input ~init.a : " << ColumnType(c.in) << "\noutput b\nb : " << c.outputType
+         << " = Map(~init.a) fn " << c.function << "\n";
+    return text.str();
+}
+
+// A store whose one entry `name` is the JSON value `value`.
+std::shared_ptr<core::IDataStore> Store(std::string_view value, std::string_view name = "a") {
+    return core::StoreValueParser::MakeDataStore("{\"" + std::string(name) + "\": " + std::string(value) +
+                                                 "}");
+}
+
+core::IFunctionLookup const& Builtins() {
+    static std::unique_ptr<core::IFunctionLookup> const lookup = core::MakeBuiltinFunctionLookup();
+    return *lookup;
+}
+
+TEST(MapInstances, TheCasesCoverEveryInstanceOnce) {
+    std::set<std::pair<StoreType, ValueClass>> instances;
+    for (auto const& row : MapInstances()) {
+        ASSERT_EQ(row.inputs.size(), 1u);
+        instances.insert({row.inputs.front(), row.output});
+    }
+    std::set<std::pair<StoreType, ValueClass>> covered;
+    for (auto const& c : Cases()) {
+        EXPECT_TRUE(covered.insert({c.in, c.out}).second) << "twice: " << Describe(c);
+        EXPECT_TRUE(instances.contains({c.in, c.out})) << "not an instance: " << Describe(c);
+    }
+    for (auto const& [in, out] : instances) {
+        EXPECT_TRUE(covered.contains({in, out}))
+            << "no case for " << core::StoreTypeName(in) << " -> " << builtin::ValueClassName(out);
+    }
+    EXPECT_EQ(covered.size(), 43u);
+}
+
+// Each case with blocks of two rows, so that every column spans a short last block, and again on the
+// row path: the block calls and the row calls of the same instance must give the same result.
+TEST(MapInstances, EachInstanceGivesTheExactResultOnBothPaths) {
+    for (auto const& c : Cases()) {
+        auto const store = Store(c.column);
+        auto const input = store->GetValue(core::KeyPath(L"a"));
+        ASSERT_EQ(input->AsCollection().GetElementTypeInfo().GetStoreType(), c.in) << Describe(c);
+        std::string const program = Program(c);
+        std::string const expected = core::JsonStoreWriter::WriteStore(*Store(c.expected, "b"));
+        for (bool vectorized : {true, false}) {
+            SCOPED_TRACE(Describe(c) + (vectorized ? ", blocks" : ", rows"));
+            vm::VMOptions options;
+            options.SetBaseVectorizationBlockSize(2);
+            options.SetUseVectorizedTransforms(vectorized);
+            try {
+                auto vm = vm::VMFactory::Make(TStringCore::FromUtf8(program), store, Builtins(), options);
+                ASSERT_EQ(vm->Execute(), vm::TransformStatus::Complete);
+                auto const result = vm->MaterializeDataStore();
+                EXPECT_EQ(core::JsonStoreWriter::WriteStore(*result), expected);
+                auto const b = result->GetValue(core::KeyPath(L"b"));
+                EXPECT_EQ(ValueClassOf(b->AsCollection().GetElementTypeInfo().GetStoreType()), c.out);
+            } catch (core::ZelException const& e) {
+                ADD_FAILURE() << e.what();
+            }
+        }
+    }
+}
+
+// The one element of a flat column of one row, as a constant column of `count` rows: the writer
+// prints the flat form as {"$type": ..., "values": [E]}, and the constant form reads
+// {"$type": ..., "constant": E, "count": n}.
+std::shared_ptr<core::StoreValue> ConstantOf(core::StoreValue const& oneRow, unsigned int count) {
+    std::string const flat = core::JsonStoreWriter::WriteValue(oneRow);
+    std::string_view const values = "\"values\":[";
+    std::size_t const at = flat.find(values);
+    EXPECT_TRUE(at != std::string::npos && flat.ends_with("]}")) << flat;
+    std::string const element = flat.substr(at + values.size(), flat.size() - 2 - at - values.size());
+    std::string const constant =
+        flat.substr(0, at) + "\"constant\":" + element + ",\"count\":" + std::to_string(count) + "}";
+    return Store(constant)->GetValue(core::KeyPath(L"a"));
+}
+
+// A constant column: Map calls the function once, outside the block and row paths, and makes a
+// constant array of the instance's output type. Its rows must be the row of the full column's
+// result, for the first row (a value) and the last (a special in most cases).
+TEST(MapInstances, EachInstanceMapsAConstantColumnToAConstantResult) {
+    auto const gather = [](core::StoreValue const& column, std::vector<unsigned int> rows) {
+        return column.AsArray().Gather(std::make_shared<std::vector<unsigned int>>(std::move(rows)));
+    };
+    for (auto const& c : Cases()) {
+        auto const column = Store(c.column)->GetValue(core::KeyPath(L"a"));
+        auto const expected = Store(c.expected)->GetValue(core::KeyPath(L"a"));
+        ASSERT_EQ(column->GetCount(), expected->GetCount()) << Describe(c);
+        std::string const program = Program(c);
+        for (unsigned int row : {0u, column->GetCount() - 1}) {
+            SCOPED_TRACE(Describe(c) + ", row " + std::to_string(row));
+            auto const constant = ConstantOf(*gather(*column, {row}), 3);
+            ASSERT_TRUE(constant->AsCollection().IsConstant());
+            core::StoreValueMap entries;
+            entries.emplace(L"a", constant);
+            try {
+                auto vm = vm::VMFactory::Make(TStringCore::FromUtf8(program),
+                                              core::factory::MakeDataStore(std::move(entries)), Builtins(),
+                                              vm::VMOptions());
+                ASSERT_EQ(vm->Execute(), vm::TransformStatus::Complete);
+                auto const b = vm->MaterializeDataStore()->GetValue(core::KeyPath(L"b"));
+                EXPECT_TRUE(b->AsCollection().IsConstant());
+                EXPECT_EQ(core::JsonStoreWriter::WriteValue(*b->AsArray().Flatten()),
+                          core::JsonStoreWriter::WriteValue(*gather(*expected, {row, row, row})));
+            } catch (core::ZelException const& e) {
+                ADD_FAILURE() << e.what();
+            }
+        }
+    }
+}
+
+// Pairs with a registered function that Map has no instance for are refused when the machine is
+// made, before anything runs: int32 to colour (int64 to colour is served), bool to int32, and a
+// date column, which no instance reads.
+TEST(MapInstances, APairOutsideTheTableIsRefusedWhenTheMachineIsMade) {
+    struct Refused {
+        std::string_view inputType;
+        std::string_view function;
+        std::string_view outputType;
+        std::string_view column;
+    };
+    for (auto const& r : {Refused{"array<int32>", "to_color()", "array<color>", "[1, 2]"},
+                          Refused{"array<bool>", "to_int32()", "array<int32>", "[true]"},
+                          Refused{"array<date>", "to_datetime()", "array<datetime>",
+                                  R"({"$type": "array<date>", "values": ["2024-01-31"]})"}}) {
+        SCOPED_TRACE(std::string(r.inputType) + " by " + std::string(r.function));
+        std::string const program = "input ~init.a : " + std::string(r.inputType) +
+                                    "\nb : " + std::string(r.outputType) + " = Map(~init.a) fn " +
+                                    std::string(r.function) + "\n";
+        try {
+            vm::VMFactory::Make(TStringCore::FromUtf8(program), Store(r.column), Builtins(), vm::VMOptions());
+            ADD_FAILURE() << "the machine was made";
+        } catch (core::ZelRuntimeException const& e) {
+            EXPECT_EQ(e.GetError(), core::ZelError::UnsupportedTypes);
+            EXPECT_EQ(static_cast<int>(e.GetError()), 185);
+            EXPECT_NE(std::string_view(e.what()).find("unsupported types in Map"), std::string_view::npos)
+                << e.what();
+        }
+    }
+}
+
+}  // namespace
+}  // namespace zel::test::map
