@@ -1,0 +1,239 @@
+// Map through the machine beside plain C++ loops, in one run:
+//
+// - multiply(2.0) over 10 million doubles. The machine's figure is one DoTransform of the Map
+//   transform: the result buffer, the blocks, the function's block calls and the result array,
+//   and dropping that array again. It runs serially and on two threads (a pool of two, the
+//   caller and one worker). Beside it the limit, a loop into a buffer allocated and touched
+//   before the timer, and the same loop allocating its output inside the timer: a std::vector,
+//   which zero-fills first, and a huge-page buffer left uninitialised, which the loop touches
+//   first.
+// - upper over 1 million short strings (8 to 16 characters, a quarter of them with non-ASCII
+//   letters), beside a loop of ICU's full case mapping that makes an owned UTF-8 string a row.
+// - multiply(2.0) over a constant column: one function call, so 10 rows and 10 million rows
+//   cost the same.
+
+#include <benchmark/benchmark.h>
+
+#include <unicode/locid.h>
+#include <unicode/unistr.h>
+
+#include <bit>
+#include <cstddef>
+#include <memory>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "vorsys/thread/TThreadPool.h"
+#include "zel/core/functions/BuiltinFunctions.h"
+#include "zel/core/io/StoreValueParser.h"
+#include "zel/core/store/ArrayFactory.h"
+#include "zel/core/store/TypeLookup.h"
+#include "zel/core/utility/HugePageAllocator.h"
+#include "zel/core/vtl/VtlParser.h"
+#include "zel/vm/materialize/MakeTransform.h"
+
+namespace {
+
+using namespace zel;
+using core::KeyPath;
+
+constexpr std::size_t c_count = 10'000'000;
+constexpr std::size_t c_strings = 1'000'000;
+
+// The pool is made on first use; two threads, so that a parallel Map runs on the caller and one
+// worker (it takes at most half the pool).
+[[maybe_unused]] bool const g_poolSized = TThreadPool::SetNumberOfThreads(2);
+
+struct DoubleData {
+    std::vector<double> values;
+    std::vector<double> out;  // allocated and touched before any timer
+    std::shared_ptr<core::StoreValue> column;
+};
+
+DoubleData& Doubles() {
+    static DoubleData data = [] {
+        DoubleData d;
+        std::mt19937_64 random(20241121);
+        std::uniform_real_distribution<double> value(-1e6, 1e6);
+        d.values.resize(c_count);
+        auto bits = std::make_unique<core::HugePageVector<unsigned long long>>(c_count);
+        for (std::size_t i = 0; i < c_count; ++i) {
+            d.values[i] = value(random);
+            (*bits)[i] = std::bit_cast<unsigned long long>(d.values[i]);
+        }
+        d.out.assign(c_count, 0.0);
+        d.column = core::factory::MakeArray<unsigned long long>(
+            core::StoreTypeInfo::Double, core::StoreTypeInfo::Empty, std::move(bits), nullptr);
+        return d;
+    }();
+    return data;
+}
+
+struct StringData {
+    std::vector<std::string> values;  // UTF-8
+    std::shared_ptr<core::StoreValue> column;
+};
+
+// 8 to 16 letters and digits; every fourth string has a few letters outside ASCII.
+StringData& Strings() {
+    static StringData data = [] {
+        StringData d;
+        std::mt19937 random(7);
+        std::string_view const ascii = "abcdefghijklmnopqrstuvwxyz0123456789 ";
+        std::vector<std::string_view> const other{"ß", "é", "ö", "ç", "ı", "ø"};
+        std::string json = "{\"a\": [";
+        d.values.reserve(c_strings);
+        for (std::size_t i = 0; i < c_strings; ++i) {
+            std::size_t const length = 8 + random() % 9;
+            std::string text;
+            for (std::size_t k = 0; k < length; ++k) {
+                if (i % 4 == 0 && k % 5 == 2) {
+                    text += other[random() % other.size()];
+                } else {
+                    text += ascii[random() % ascii.size()];
+                }
+            }
+            json += (i == 0 ? "\"" : ",\"") + text + "\"";
+            d.values.push_back(std::move(text));
+        }
+        json += "]}";
+        d.column = core::StoreValueParser::MakeDataStore(std::string_view(json))->GetValue(KeyPath(L"a"));
+        return d;
+    }();
+    return data;
+}
+
+core::IFunctionLookup const& Functions() {
+    static std::unique_ptr<core::IFunctionLookup> const lookup = core::MakeBuiltinFunctionLookup();
+    return *lookup;
+}
+
+// The Map transform of `function` over ~init.a, as the machine makes it from a program.
+std::unique_ptr<vm::Transform> MakeMap(std::string const& type, std::string const& function,
+                                       vm::VMOptions const& options) {
+    std::string const program =
+        "input ~init.a : " + type + "\nb : " + type + " = Map(~init.a) fn " + function + "\n";
+    std::vector<core::TransformSpec> specs;
+    std::vector<core::GraphEdge> edges;
+    core::OutputKeySet outputs;
+    core::ParseVtlPayload(std::string_view(program), specs, edges, outputs);
+    return vm::MakeTransform(specs.at(0), Functions(), core::KeyPathTypeLookup(), options);
+}
+
+vm::VMOptions Options(bool parallel) {
+    vm::VMOptions options;
+    options.SetUseParallelTransforms(parallel);
+    options.SetMaxWorkerThreadsToUse(1);
+    return options;
+}
+
+void Items(benchmark::State& state, std::size_t count) {
+    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * count));
+}
+
+// One DoTransform, the result dropped inside the timer as the loops below drop theirs.
+void RunMachine(benchmark::State& state, vm::Transform const& map,
+                std::shared_ptr<core::StoreValue> const& column, std::size_t count) {
+    vm::TransformValues const inputs{{KeyPath::FromTexts({L"~init", L"a"}), column}};
+    for (auto _ : state) {
+        vm::TransformValues result = map.DoTransform(inputs, nullptr);
+        benchmark::DoNotOptimize(result);
+    }
+    Items(state, count);
+}
+
+// ---- multiply(2.0) over 10 million doubles ------------------------------------------------------
+
+void BM_Map_Double_Machine(benchmark::State& state, bool parallel) {
+    auto const map = MakeMap("array<double>", "multiply(2.0)", Options(parallel));
+    RunMachine(state, *map, Doubles().column, c_count);
+}
+
+[[gnu::noinline]] void Multiply(double factor, double const* in, double* out, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        out[i] = in[i] * factor;
+    }
+}
+
+void BM_Map_Double_Limit(benchmark::State& state) {
+    DoubleData& data = Doubles();
+    double factor = 2.0;
+    benchmark::DoNotOptimize(factor);
+    for (auto _ : state) {
+        Multiply(factor, data.values.data(), data.out.data(), c_count);
+        benchmark::ClobberMemory();
+    }
+    Items(state, c_count);
+}
+
+void BM_Map_Double_AllocatingLoop_Vector(benchmark::State& state) {
+    DoubleData& data = Doubles();
+    double factor = 2.0;
+    benchmark::DoNotOptimize(factor);
+    for (auto _ : state) {
+        std::vector<double> out(c_count);
+        Multiply(factor, data.values.data(), out.data(), c_count);
+        benchmark::DoNotOptimize(out.data());
+    }
+    Items(state, c_count);
+}
+
+void BM_Map_Double_AllocatingLoop_HugePages(benchmark::State& state) {
+    DoubleData& data = Doubles();
+    double factor = 2.0;
+    benchmark::DoNotOptimize(factor);
+    for (auto _ : state) {
+        core::HugePageVector<double> out;
+        out.resize(c_count);  // default-initialised: the loop is the first touch
+        Multiply(factor, data.values.data(), out.data(), c_count);
+        benchmark::DoNotOptimize(out.data());
+    }
+    Items(state, c_count);
+}
+
+BENCHMARK_CAPTURE(BM_Map_Double_Machine, Serial, false)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_Map_Double_Machine, TwoThreads, true)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Map_Double_Limit)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Map_Double_AllocatingLoop_Vector)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Map_Double_AllocatingLoop_HugePages)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// ---- upper over 1 million short strings ---------------------------------------------------------
+
+void BM_Map_Upper_Machine(benchmark::State& state) {
+    auto const map = MakeMap("array<string>", "upper()", Options(true));
+    RunMachine(state, *map, Strings().column, c_strings);
+}
+
+void BM_Map_Upper_IcuLoop(benchmark::State& state) {
+    StringData& data = Strings();
+    icu::Locale const& root = icu::Locale::getRoot();
+    for (auto _ : state) {
+        std::vector<std::string> out(data.values.size());
+        for (std::size_t i = 0; i < data.values.size(); ++i) {
+            icu::UnicodeString text = icu::UnicodeString::fromUTF8(data.values[i]);
+            text.toUpper(root);
+            text.toUTF8String(out[i]);
+        }
+        benchmark::DoNotOptimize(out.data());
+    }
+    Items(state, c_strings);
+}
+
+BENCHMARK(BM_Map_Upper_Machine)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Map_Upper_IcuLoop)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// ---- a constant column --------------------------------------------------------------------------
+
+void BM_Map_Constant_Machine(benchmark::State& state) {
+    auto const count = static_cast<unsigned int>(state.range(0));
+    auto const column = core::factory::MakeConstantArray<unsigned long long>(
+        core::StoreTypeInfo::Double, std::bit_cast<unsigned long long>(2.5), count);
+    auto const map = MakeMap("array<double>", "multiply(2.0)", Options(true));
+    RunMachine(state, *map, column, count);
+}
+
+BENCHMARK(BM_Map_Constant_Machine)->Arg(10)->Arg(10'000'000)->Unit(benchmark::kMicrosecond);
+
+}  // namespace
