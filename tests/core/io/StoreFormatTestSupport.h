@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "core/ArrayTestSupport.h"
 #include "zel/core/io/BinaryProtocolWriter.h"
 #include "zel/core/io/JsonStoreWriter.h"
 #include "zel/core/io/StoreValueParser.h"
@@ -25,11 +26,6 @@ namespace zel::test {
 using core::SpecialKind;
 using core::StoreTypeInfo;
 using ValuePtr = std::shared_ptr<core::StoreValue>;
-
-template <class T>
-std::unique_ptr<std::vector<T>> Vec(std::initializer_list<T> values) {
-    return std::make_unique<std::vector<T>>(values);
-}
 
 inline std::unique_ptr<std::vector<SpecialKind>> Kinds(std::initializer_list<int> kinds) {
     auto out = std::make_unique<std::vector<SpecialKind>>();
