@@ -97,9 +97,7 @@ TEST(TableTest, ColumnsAreMembersOfOneLength) {
     EXPECT_EQ(table->GetCount(), 3u);
     EXPECT_EQ(view.GetColumn(L"amount"), amount);
     EXPECT_EQ(view.FindColumn(L"nope"), nullptr);
-    EXPECT_EQ(table->AsKeyMap().Find(L"region"), region);
     EXPECT_EQ(table->AsMemberLookup().GetMember(L"region"), region);
-    EXPECT_EQ(view.CloneColumns()->at(L"amount"), amount);
     ExpectRuntimeError([&] { view.GetColumn(L"nope"); }, ZelError::KeyNotFound, "\"nope\"");
     ExpectRefusal([&] { table->AsCollection(); }, "table has no IStoreArray");
     EXPECT_EQ(Table({})->AsTable().GetRowCount(), 0u);
