@@ -24,12 +24,12 @@ std::filesystem::path ExamplesDir() {
     return VOR_EXAMPLES_DIR;
 }
 
-ProcessResult RunVtlrun(std::vector<std::string> const& arguments) {
+VtlrunProcess::VtlrunProcess(std::vector<std::string> const& arguments)
+    : m_scratch(std::make_unique<ScratchDir>()) {
     // The output goes to files rather than pipes, so that a child that writes much to both streams
     // cannot block on one while the parent waits on the other.
-    ScratchDir const scratch;
-    std::string const outPath = (scratch.Path() / "stdout").string();
-    std::string const errPath = (scratch.Path() / "stderr").string();
+    std::string const outPath = (m_scratch->Path() / "stdout").string();
+    std::string const errPath = (m_scratch->Path() / "stderr").string();
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -53,18 +53,48 @@ ProcessResult RunVtlrun(std::vector<std::string> const& arguments) {
     if (spawned != 0) {
         throw std::system_error(spawned, std::generic_category(), "cannot start " + program);
     }
+    m_pid = pid;
+}
+
+VtlrunProcess::~VtlrunProcess() {
+    if (!m_status) {
+        try {
+            Wait();
+        } catch (...) {
+        }
+    }
+}
+
+bool VtlrunProcess::IsRunning() {
+    if (m_status) {
+        return false;
+    }
     int status = 0;
-    while (waitpid(pid, &status, 0) < 0) {
-        if (errno != EINTR) {
+    if (waitpid(m_pid, &status, WNOHANG) == m_pid) {
+        m_status = status;
+        return false;
+    }
+    return true;
+}
+
+ProcessResult VtlrunProcess::Wait() {
+    while (!m_status) {
+        int status = 0;
+        if (waitpid(m_pid, &status, 0) == m_pid) {
+            m_status = status;
+        } else if (errno != EINTR) {
             throw std::system_error(errno, std::generic_category(), "waitpid");
         }
     }
-
     ProcessResult result;
-    result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    result.out = ReadFile(outPath);
-    result.err = ReadFile(errPath);
+    result.exitCode = WIFEXITED(*m_status) ? WEXITSTATUS(*m_status) : 128 + WTERMSIG(*m_status);
+    result.out = ReadFile(m_scratch->Path() / "stdout");
+    result.err = ReadFile(m_scratch->Path() / "stderr");
     return result;
+}
+
+ProcessResult RunVtlrun(std::vector<std::string> const& arguments) {
+    return VtlrunProcess(arguments).Wait();
 }
 
 ScratchDir::ScratchDir() {

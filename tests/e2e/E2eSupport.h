@@ -3,6 +3,8 @@
 // Support for the end-to-end tests: running the vtlrun binary, scratch directories, files.
 
 #include <filesystem>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,15 +13,6 @@ namespace zel::test::e2e {
 // Where the build put vtlrun and where the examples lie (compile definitions of the suite).
 std::filesystem::path VtlrunPath();
 std::filesystem::path ExamplesDir();
-
-struct ProcessResult {
-    int exitCode = -1;  // the exit status, or 128 + the signal that ended the process
-    std::string out;
-    std::string err;
-};
-
-// Runs vtlrun with the arguments and waits for it; stdout and stderr are captured whole.
-ProcessResult RunVtlrun(std::vector<std::string> const& arguments);
 
 // A fresh directory, removed with everything in it when the object goes.
 class ScratchDir {
@@ -36,6 +29,34 @@ public:
 private:
     std::filesystem::path m_path;
 };
+
+struct ProcessResult {
+    int exitCode = -1;  // the exit status, or 128 + the signal that ended the process
+    std::string out;
+    std::string err;
+};
+
+// A vtlrun process started with the arguments; stdout and stderr are captured whole.
+class VtlrunProcess {
+public:
+    explicit VtlrunProcess(std::vector<std::string> const& arguments);
+    ~VtlrunProcess();  // waits, if Wait was not called
+    VtlrunProcess(VtlrunProcess const&) = delete;
+    VtlrunProcess& operator=(VtlrunProcess const&) = delete;
+
+    int Pid() const { return m_pid; }
+    // False once the process has ended (then Wait returns at once).
+    bool IsRunning();
+    ProcessResult Wait();
+
+private:
+    std::unique_ptr<ScratchDir> m_scratch;
+    int m_pid = -1;
+    std::optional<int> m_status;
+};
+
+// Runs vtlrun with the arguments and waits for it.
+ProcessResult RunVtlrun(std::vector<std::string> const& arguments);
 
 std::string ReadFile(std::filesystem::path const& path);
 

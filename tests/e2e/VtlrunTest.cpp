@@ -3,6 +3,14 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+
 #include <string>
 #include <vector>
 
@@ -175,6 +183,31 @@ TEST_F(Vtlrun, OutputFileMetricsAndTrace) {
     ProcessResult const plain = RunVtlrun({m_program, m_store});
     EXPECT_EQ(plain.out, c_result);
     EXPECT_EQ(plain.err, "");
+}
+
+// Not timed: the program is a FIFO, so vtlrun is known to wait in its read, with the handler in
+// place, when the interrupt is sent; the program arrives after it. The read carries on, and the
+// machine, polling the flag at the start of the run, stops before the first node.
+TEST_F(Vtlrun, CtrlCCancelsTheRunAndExitsWith130) {
+    std::string const fifo = (m_scratch.Path() / "program.vtl").string();
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    VtlrunProcess process({fifo, m_store});
+    // Opening the writing end succeeds once vtlrun has opened the reading end.
+    int writer = -1;
+    while ((writer = open(fifo.c_str(), O_WRONLY | O_NONBLOCK)) < 0) {
+        ASSERT_EQ(errno, ENXIO);
+        ASSERT_TRUE(process.IsRunning()) << process.Wait().err;
+        sched_yield();
+    }
+    ASSERT_EQ(kill(process.Pid(), SIGINT), 0);
+    ASSERT_EQ(write(writer, c_copyProgram.data(), c_copyProgram.size()),
+              static_cast<ssize_t>(c_copyProgram.size()));
+    close(writer);
+
+    ProcessResult const run = process.Wait();
+    EXPECT_EQ(run.exitCode, 130) << run.err;
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err, "vtlrun: cancelled by Ctrl-C\n");
 }
 
 TEST_F(Vtlrun, AChangeThatTheMachineRefusesFailsTheSecondRun) {

@@ -116,8 +116,8 @@ void WriteDiagnostics(RunSettings const& settings, std::FILE* diagnostics) {
     }
 }
 
-Outcome RunSteps(RunSettings const& settings, zel::vm::ICancellationTokenSource const* cancel,
-                 std::FILE* out) {
+Outcome RunSteps(RunSettings const& settings,
+                 std::shared_ptr<zel::vm::ICancellationTokenSource> const& cancel, std::FILE* out) {
     TStringCore program;
     std::shared_ptr<zel::core::IDataStore> store;
     std::shared_ptr<zel::core::IDataStore> changes;
@@ -130,13 +130,13 @@ Outcome RunSteps(RunSettings const& settings, zel::vm::ICancellationTokenSource 
             changes = ReadStoreFile(*settings.changes, "changes");
         }
     }
-    if (zel::vm::IsCancelled(cancel)) {
-        return Outcome::Cancelled;
-    }
 
     // The lookup outlives the machine, which keeps references into it.
     auto const functions = zel::core::MakeBuiltinFunctionLookup();
     auto const vm = MakeMachine(settings, program, std::move(store), *functions);
+    // The machine polls the source at the start of a run too, so a Ctrl-C while the files were
+    // read or the graph was built stops the run before its first node.
+    vm->SetCancellationTokenSource(cancel);
     if (Run(*vm) == TransformStatus::Cancelled) {
         return Outcome::Cancelled;
     }
@@ -175,7 +175,7 @@ Outcome RunProgram(RunSettings const& settings,
 
     Outcome outcome;
     try {
-        outcome = RunSteps(settings, cancel.get(), out);
+        outcome = RunSteps(settings, cancel, out);
     } catch (...) {
         // The figures of a failed run still help to find out why; the failure itself is what the
         // user is told about, so a failure to write them is only logged.

@@ -35,11 +35,13 @@ extern "C" void OnInterrupt(int) {
 
 // The first Ctrl-C asks the run to stop at the machine's next poll. The handler is reset by the
 // first signal, so that a second Ctrl-C ends the process at once if the run does not stop.
+// Interrupted reads and writes start again (SA_RESTART), so that a Ctrl-C while a file is read is
+// a cancelled run, not a failed read.
 void CatchInterrupt() {
     struct sigaction action {};
     action.sa_handler = OnInterrupt;
     sigemptyset(&action.sa_mask);
-    action.sa_flags = SA_RESETHAND;
+    action.sa_flags = SA_RESETHAND | SA_RESTART;
     sigaction(SIGINT, &action, nullptr);
 }
 
