@@ -57,35 +57,6 @@ TEST(AsyncTask, AnExceptionCrossesThreadsOnceWithItsTypeIntact) {
     }
 }
 
-TEST(AsyncTask, WorkersWaitedInOrderRethrowTheFirstFailure) {
-    // What a parallel caller does: launch workers, wait for all ready events, then Wait and
-    // CheckForException in launch order.
-    TManualResetEvent release;
-    std::vector<Future<void>> workers;
-    workers.push_back(AsyncTask::Run([&] { release.Wait(); }));
-    workers.push_back(AsyncTask::Run([&] {
-        release.Wait();
-        throw TaskFailure("second", 2);
-    }));
-    workers.push_back(AsyncTask::Run([] { throw std::logic_error("third"); }));
-    std::vector<IEvent*> events;
-    for (auto const& worker : workers) {
-        events.push_back(&worker.GetReadyEvent());
-    }
-    EXPECT_FALSE(WaitForAll(events, 5ms));
-    release.Signal();
-    ASSERT_TRUE(WaitForAll(events, std::chrono::milliseconds::max()));
-    try {
-        for (auto const& worker : workers) {
-            worker.Wait();
-            worker.CheckForException();
-        }
-        ADD_FAILURE() << "no exception";
-    } catch (TaskFailure const& failure) {
-        EXPECT_EQ(failure.code, 2);
-    }
-}
-
 TEST(AsyncTask, ADeferredTaskRunsOnceInlineOnTheFirstWaiter) {
     std::atomic<int> runs{0};
     std::thread::id ranOn;
