@@ -8,7 +8,8 @@
 //   which zero-fills first, and a huge-page buffer left uninitialised, which the loop touches
 //   first.
 // - upper over 1 million short strings (8 to 16 characters, a quarter of them with non-ASCII
-//   letters), beside a loop of ICU's full case mapping that makes an owned UTF-8 string a row.
+//   letters), beside a loop of ICU's full case mapping that makes an owned string a row: from
+//   UTF-8 to UTF-8, and from UTF-32 to UTF-32, the form the machine holds its texts in.
 // - multiply(2.0) over a constant column: one function call, so 10 rows and 10 million rows
 //   cost the same.
 
@@ -41,6 +42,7 @@ using core::KeyPath;
 
 constexpr std::size_t c_count = 10'000'000;
 constexpr std::size_t c_strings = 1'000'000;
+static_assert(sizeof(wchar_t) == sizeof(UChar32), "texts are UTF-32 in a wchar_t");
 
 // The pool is made on first use; two threads, so that a parallel Map runs on the caller and one
 // worker (it takes at most half the pool).
@@ -72,7 +74,8 @@ DoubleData& Doubles() {
 }
 
 struct StringData {
-    std::vector<std::string> values;  // UTF-8
+    std::vector<std::string> values;       // UTF-8
+    std::vector<std::wstring> wideValues;  // the same texts in UTF-32, as the machine holds them
     std::shared_ptr<core::StoreValue> column;
 };
 
@@ -85,6 +88,8 @@ StringData& Strings() {
         std::vector<std::string_view> const other{"ß", "é", "ö", "ç", "ı", "ø"};
         std::string json = "{\"a\": [";
         d.values.reserve(c_strings);
+        d.wideValues.reserve(c_strings);
+        UErrorCode status = U_ZERO_ERROR;
         for (std::size_t i = 0; i < c_strings; ++i) {
             std::size_t const length = 8 + random() % 9;
             std::string text;
@@ -96,6 +101,9 @@ StringData& Strings() {
                 }
             }
             json += (i == 0 ? "\"" : ",\"") + text + "\"";
+            icu::UnicodeString::fromUTF8(text).toUTF32(
+                reinterpret_cast<UChar32*>(d.wideValues.emplace_back(length, L'\0').data()),
+                static_cast<int32_t>(length), status);
             d.values.push_back(std::move(text));
         }
         json += "]}";
@@ -221,8 +229,31 @@ void BM_Map_Upper_IcuLoop(benchmark::State& state) {
     Items(state, c_strings);
 }
 
+// The same from and to UTF-32 texts: a std::wstring has no room for these texts in itself, so
+// every result is an allocation, as in the machine.
+void BM_Map_Upper_IcuLoop_Utf32(benchmark::State& state) {
+    StringData& data = Strings();
+    icu::Locale const& root = icu::Locale::getRoot();
+    for (auto _ : state) {
+        std::vector<std::wstring> out(data.wideValues.size());
+        for (std::size_t i = 0; i < data.wideValues.size(); ++i) {
+            std::wstring const& in = data.wideValues[i];
+            icu::UnicodeString text = icu::UnicodeString::fromUTF32(
+                reinterpret_cast<UChar32 const*>(in.data()), static_cast<int32_t>(in.size()));
+            text.toUpper(root);
+            UErrorCode status = U_ZERO_ERROR;
+            int32_t const length = text.countChar32();
+            out[i].resize(static_cast<std::size_t>(length));
+            text.toUTF32(reinterpret_cast<UChar32*>(out[i].data()), length, status);
+        }
+        benchmark::DoNotOptimize(out.data());
+    }
+    Items(state, c_strings);
+}
+
 BENCHMARK(BM_Map_Upper_Machine)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Map_Upper_IcuLoop)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Map_Upper_IcuLoop_Utf32)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 // ---- a constant column --------------------------------------------------------------------------
 
