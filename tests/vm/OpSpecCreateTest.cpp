@@ -112,7 +112,8 @@ TEST(OpSpecCreate, ControlOperators) {
     OpCallSpec const call(callSpec);
     EXPECT_EQ(call.GetBlockName(), L"main");
     EXPECT_EQ(call.GetOutput(), P(L"b"));
-    EXPECT_TRUE(OpCallSpec(OpCallSpec::Create(L"main", {}, KeyPath::Empty())).GetOutput().IsEmpty());
+    auto const silentCall = OpCallSpec::Create(L"main", {}, KeyPath::Empty());
+    EXPECT_TRUE(OpCallSpec(silentCall).GetOutput().IsEmpty());
 
     // The branches of a case split into the whens, in order, and the else.
     auto const when = OpWhenSpec::Create(Fn(L"positive"), {child});
@@ -182,17 +183,20 @@ TEST(OpSpecViews, FunctionInputTypesAreElementTypes) {
     KeyPath const strings(L"s", KeySegmentType(StoreTypeInfo::Set, StoreTypeInfo::String));
     KeyPath const scalar(L"i", KeySegmentType(StoreTypeInfo::Int64));
     auto const fn = Fn();
+    // Views keep a reference to their spec, so each spec gets a name that outlives its view.
+    auto const inputTypes = [&]<class View>(std::type_identity<View>, TransformSpec const& spec) {
+        return View(spec).GetFunctionInputTypes(types);
+    };
 
-    EXPECT_EQ(OpMapSpec(OpMapSpec::Create(doubles, fn, P(L"o"))).GetFunctionInputTypes(types),
+    EXPECT_EQ(inputTypes(std::type_identity<OpMapSpec>(), OpMapSpec::Create(doubles, fn, P(L"o"))),
               std::vector{KeySegmentType(StoreTypeInfo::Double)});
-    EXPECT_EQ(OpFilterSpec(OpFilterSpec::Create(strings, false, fn, P(L"o"))).GetFunctionInputTypes(types),
+    EXPECT_EQ(inputTypes(std::type_identity<OpFilterSpec>(), OpFilterSpec::Create(strings, false, fn, P(L"o"))),
               std::vector{KeySegmentType(StoreTypeInfo::String)});
     // A scalar input is its own element.
-    EXPECT_EQ(OpMapSpec(OpMapSpec::Create(scalar, fn, P(L"o"))).GetFunctionInputTypes(types),
+    EXPECT_EQ(inputTypes(std::type_identity<OpMapSpec>(), OpMapSpec::Create(scalar, fn, P(L"o"))),
               std::vector{KeySegmentType(StoreTypeInfo::Int64)});
-    EXPECT_EQ(
-        OpZipWithSpec(OpZipWithSpec::Create(strings, doubles, fn, P(L"o"))).GetFunctionInputTypes(types),
-        (std::vector{KeySegmentType(StoreTypeInfo::String), KeySegmentType(StoreTypeInfo::Double)}));
+    EXPECT_EQ(inputTypes(std::type_identity<OpZipWithSpec>(), OpZipWithSpec::Create(strings, doubles, fn, P(L"o"))),
+              (std::vector{KeySegmentType(StoreTypeInfo::String), KeySegmentType(StoreTypeInfo::Double)}));
     // The accumulator (the initial value's type) comes before the element.
     auto const reduce = OpReduceSpec::Create(doubles, factory::MakeInt64(0), fn, P(L"o"));
     EXPECT_EQ(OpAggregateSpec(reduce).GetFunctionInputTypes(types),

@@ -14,6 +14,8 @@ class OpBlockSpec {
 public:
     // Checks: children (246), no function (244), a value (253) that is a String (253).
     explicit OpBlockSpec(core::TransformSpec const& spec);
+    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    OpBlockSpec(core::TransformSpec&&) = delete;
 
     TStringCore GetBlockName() const;
     std::vector<core::KeyPath> const& GetInputs() const { return m_spec.GetInputs(); }

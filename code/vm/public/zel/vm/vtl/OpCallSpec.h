@@ -14,6 +14,8 @@ class OpCallSpec {
 public:
     // Checks: no function (244), a value (253) that is a String (253).
     explicit OpCallSpec(core::TransformSpec const& spec);
+    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    OpCallSpec(core::TransformSpec&&) = delete;
 
     TStringCore GetBlockName() const;
     std::vector<core::KeyPath> const& GetInputs() const { return m_spec.GetInputs(); }

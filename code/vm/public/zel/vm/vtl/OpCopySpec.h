@@ -10,6 +10,8 @@ class OpCopySpec {
 public:
     // Checks: one input (222), one output (219).
     explicit OpCopySpec(core::TransformSpec const& spec);
+    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    OpCopySpec(core::TransformSpec&&) = delete;
 
     core::KeyPath const& GetInput() const { return m_spec.GetInputs()[0]; }
     core::KeyPath const& GetOutput() const { return m_spec.GetOutputs()[0]; }

@@ -10,6 +10,8 @@ class OpCreateKeySetSpec {
 public:
     // Checks: two inputs (224), one output (219), no value (260), no function (244).
     explicit OpCreateKeySetSpec(core::TransformSpec const& spec);
+    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    OpCreateKeySetSpec(core::TransformSpec&&) = delete;
 
     core::KeyPath const& GetInputKey() const { return m_spec.GetInputs()[0]; }
     core::KeyPath const& GetInputValue() const { return m_spec.GetInputs()[1]; }

@@ -16,6 +16,8 @@ class OpMapSpec {
 public:
     // Checks: one input (222), one output (219), a function (243).
     explicit OpMapSpec(core::TransformSpec const& spec);
+    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    OpMapSpec(core::TransformSpec&&) = delete;
 
     core::KeyPath const& GetInput() const { return m_spec.GetInputs()[0]; }
     std::shared_ptr<core::FunctionSpec> const& GetFunctionSpec() const { return m_spec.GetFunctionSpec(); }

@@ -16,6 +16,8 @@ class OpZipWithSpec {
 public:
     // Checks: two inputs (224), one output (219), a function (243).
     explicit OpZipWithSpec(core::TransformSpec const& spec);
+    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    OpZipWithSpec(core::TransformSpec&&) = delete;
 
     core::KeyPath const& GetInput1() const { return m_spec.GetInputs()[0]; }
     core::KeyPath const& GetInput2() const { return m_spec.GetInputs()[1]; }
