@@ -232,6 +232,47 @@ TEST(MapInstances, EachInstanceMapsAConstantColumnToAConstantResult) {
     }
 }
 
+// The column in the indexed layout, its rows backwards and the first row twice more: the blocks
+// read their values through the indices, and a special reaches its rows through them too.
+TEST(MapInstances, EachInstanceReadsAnIndexedColumn) {
+    for (auto const& c : Cases()) {
+        SCOPED_TRACE(Describe(c));
+        auto const column = Store(c.column)->GetValue(core::KeyPath(L"a"));
+        auto const expected = Store(c.expected)->GetValue(core::KeyPath(L"a"));
+        auto indices = std::make_shared<std::vector<unsigned int>>();
+        for (unsigned int row = column->GetCount(); row-- > 0;) {
+            indices->push_back(row);
+        }
+        indices->insert(indices->end(), {0u, 0u});
+        // The writer prints the flat form as {"$type": ..., "values": [...]}; the indexed form adds
+        // "indices" to it.
+        std::string flat = core::JsonStoreWriter::WriteValue(*column);
+        ASSERT_TRUE(flat.ends_with("}")) << flat;
+        std::string list;
+        for (unsigned int index : *indices) {
+            list += (list.empty() ? "" : ",") + std::to_string(index);
+        }
+        flat.insert(flat.size() - 1, ",\"indices\":[" + list + "]");
+        auto const indexed = Store(flat)->GetValue(core::KeyPath(L"a"));
+        ASSERT_EQ(indexed->AsCollection().GetLayout(), core::ArrayLayout::Indexed);
+        core::StoreValueMap entries;
+        entries.emplace(L"a", indexed);
+        vm::VMOptions options;
+        options.SetBaseVectorizationBlockSize(2);
+        try {
+            auto vm =
+                vm::VMFactory::Make(TStringCore::FromUtf8(Program(c)),
+                                    core::factory::MakeDataStore(std::move(entries)), Builtins(), options);
+            ASSERT_EQ(vm->Execute(), vm::TransformStatus::Complete);
+            auto const b = vm->MaterializeDataStore()->GetValue(core::KeyPath(L"b"));
+            EXPECT_EQ(core::JsonStoreWriter::WriteValue(*b->AsArray().Flatten()),
+                      core::JsonStoreWriter::WriteValue(*expected->AsArray().Gather(indices)));
+        } catch (core::ZelException const& e) {
+            ADD_FAILURE() << e.what();
+        }
+    }
+}
+
 // Pairs with a registered function that Map has no instance for are refused when the machine is
 // made, before anything runs: int32 to colour (int64 to colour is served), bool to int32, and a
 // date column, which no instance reads.
