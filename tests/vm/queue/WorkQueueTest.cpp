@@ -57,6 +57,18 @@ struct CallerError : std::runtime_error {
     CallerError() : std::runtime_error("caller") {}
 };
 
+// While it lives, keeps the state of every task launched, on the thread that launches it.
+class SeeLaunches {
+public:
+    explicit SeeLaunches(std::vector<std::weak_ptr<AsyncTask::SharedStateBase>>& states) {
+        AsyncTask::SetOnSharedStateCreatedHook(
+            [&states](std::weak_ptr<AsyncTask::SharedStateBase> state) { states.push_back(std::move(state)); });
+    }
+    ~SeeLaunches() { AsyncTask::SetOnSharedStateCreatedHook({}); }
+    SeeLaunches(SeeLaunches const&) = delete;
+    SeeLaunches& operator=(SeeLaunches const&) = delete;
+};
+
 ExecutionParameters ParallelParameters(unsigned int maxWorkerThreads) {
     ExecutionParameters parameters;
     parameters.runInParallel = true;
@@ -282,28 +294,49 @@ TEST(ParallelWorkQueue, NoMoreWorkersStartThanBatches) {
     }
 }
 
-// In the tests below one worker starts, with index 0, and the caller has index 1. The caller's
-// first task waits for the worker to reach a task, so that both threads surely work.
+// In the tests below one worker starts, with index 0, and the caller has index 1. Each thread's
+// first task waits for the other thread to reach a task, so that both surely work.
 
-TEST(ParallelWorkQueue, AWorkersExceptionReachesTheCallerOnceAndWinsOverTheCallers) {
-    for (bool const callerThrowsToo : {false, true}) {
-        std::atomic<bool> workerThrew{false};
-        std::atomic<int> throws{0};
+TEST(ParallelWorkQueue, AWorkersFailureEndsTheRunForEveryThread) {
+    enum class Failure { Throw, Stop, ThrowWithTheCallerThrowingToo };
+    for (Failure const failure : {Failure::Throw, Failure::Stop, Failure::ThrowWithTheCallerThrowingToo}) {
+        SCOPED_TRACE(static_cast<int>(failure));
+        // The worker's task state, seen as it is launched, tells when the worker has ended.
+        std::vector<std::weak_ptr<AsyncTask::SharedStateBase>> launched;
+        SeeLaunches const seeLaunches(launched);
+        std::atomic<bool> callerEntered{false};
+        std::atomic<int> workerRuns{0};
+        std::atomic<int> callerRuns{0};
         Tasks tasks = MakeTasks(20, [&](std::size_t, unsigned int threadIndex) {  // batches of 2
             if (threadIndex == 0) {
-                ++throws;
-                Raise(workerThrew);
+                ++workerRuns;
+                WaitUntilRaised(callerEntered);
+                if (failure == Failure::Stop) {
+                    return false;
+                }
                 throw WorkerError();
             }
-            WaitUntilRaised(workerThrew);
-            if (callerThrowsToo) {
-                throw CallerError();
+            if (callerRuns++ == 0) {
+                Raise(callerEntered);
+                // Launched from this thread before it started working: the one worker.
+                launched.at(0).lock()->GetRawReadyEvent().Wait();
+                if (failure == Failure::ThrowWithTheCallerThrowingToo) {
+                    throw CallerError();
+                }
             }
             return true;
         });
         ParallelTransformWorkQueue queue(1);
-        EXPECT_THROW(queue.Run(tasks), WorkerError);
-        EXPECT_EQ(throws.load(), 1);  // the worker took no batch after its failure
+        if (failure == Failure::Stop) {
+            EXPECT_FALSE(queue.Run(tasks));
+        } else {
+            // The worker's exception, once, and before the caller's own.
+            EXPECT_THROW(queue.Run(tasks), WorkerError);
+        }
+        EXPECT_EQ(launched.size(), 1u);
+        EXPECT_EQ(workerRuns.load(), 1);
+        // The caller finished the batch it held when the worker failed, and took no other.
+        EXPECT_EQ(callerRuns.load(), failure == Failure::ThrowWithTheCallerThrowingToo ? 1 : 2);
     }
 }
 
