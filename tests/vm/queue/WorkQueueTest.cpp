@@ -382,7 +382,7 @@ TEST(ParallelWorkQueue, WorkersOfACancelledTaskDoNotRunAndItsCancellationReaches
             // The run is unfinished, so the caller waits for its workers and meets their fate.
             EXPECT_THROW(queue.Run(tasks), AsyncTask::CancelException);
         } else {
-            // The caller did all the work: the workers are not waited for, and the run succeeds.
+            // The caller did all the work, so what the workers carry is not looked at: the run succeeds.
             EXPECT_TRUE(queue.Run(tasks));
             EXPECT_EQ(callerRuns.load(), 40);
         }

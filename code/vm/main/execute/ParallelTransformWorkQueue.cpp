@@ -134,10 +134,13 @@ bool ParallelTransformWorkQueueImpl::Run() {
         kept = std::current_exception();
     }
     m_running = false;
-    // When every task is done the workers have nothing left but to find no batch; they keep the
-    // queue alive until then, and no task of the transform runs any more.
-    if (!m_futures.empty() && m_completedCount < m_tasks.size()) {
-        WaitForWorkers();
+    // The workers are waited for even when every task is done and they have nothing left but to
+    // find no batch: otherwise a worker may still be on its way out, holding the queue, when the
+    // host's process ends, and the queue and its tasks would outlive the run that made them. What
+    // they carry matters only to an unfinished run: once all tasks are done, a worker that never
+    // started (its cancel event was signalled) took nothing from the result.
+    if (!m_futures.empty()) {
+        WaitForWorkers(m_completedCount < m_tasks.size());
     }
     if (kept) {
         std::rethrow_exception(kept);
@@ -145,13 +148,16 @@ bool ParallelTransformWorkQueueImpl::Run() {
     return !m_cancelled;
 }
 
-void ParallelTransformWorkQueueImpl::WaitForWorkers() {
+void ParallelTransformWorkQueueImpl::WaitForWorkers(bool rethrow) {
     std::vector<IEvent*> events;
     events.reserve(m_futures.size());
     for (auto const& future : m_futures) {
         events.push_back(&future.GetReadyEvent());
     }
     WaitForAll(events, std::chrono::milliseconds::max());
+    if (!rethrow) {
+        return;
+    }
     for (auto const& future : m_futures) {
         future.Wait();
         future.CheckForException();

@@ -54,8 +54,9 @@ private:
     // Launches one more worker if the limit allows and a batch is left beyond one for each worker
     // already started; returns whether it did.
     bool StartWorker();
-    // Waits for every worker and rethrows the first exception among them, in launch order.
-    void WaitForWorkers();
+    // Waits for every worker; with `rethrow`, rethrows the first exception among them, in launch
+    // order.
+    void WaitForWorkers(bool rethrow);
 
     unsigned int m_workerLimit;
     unsigned int m_threadCount;
