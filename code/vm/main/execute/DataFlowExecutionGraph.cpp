@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "execute/ExternalInputValue.h"
 #include "vormetrics/MetricsFilter.h"
 #include "vormetrics/MetricsScope.h"
 #include "vorsys/string/TStringCore.h"
@@ -71,7 +72,7 @@ void DataFlowExecutionGraph::ClearBuffers(ChangedKeySet const& /*changedKeys*/) 
 void DataFlowExecutionGraph::UpdateInputs(ChangedKeySet const& /*changedKeys*/, core::IDataStore& store) {
     // Every external input is written again, changed or not: ClearBuffers emptied them all.
     for (auto const& [key, input] : *m_externalInputs) {
-        input.buffer->Write(store.GetValue(key));
+        input.buffer->Write(ReadExternalInput(store, key, key));
     }
     EnqueueReadyNodes();
 }

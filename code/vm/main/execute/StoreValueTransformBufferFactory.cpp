@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "execute/ExternalInputValue.h"
 #include "zel/core/utility/ZelCheck.h"
 #include "zel/vm/utility/KeyPathUtil.h"
 
@@ -109,7 +110,7 @@ std::unique_ptr<ExternalInputMap> StoreValueTransformBufferFactory::BindStoreVal
     AddMissingStoreKeys(store);
     for (auto const& [key, input] : *m_externalInputs) {
         ZEL_CHECK(KeyPathUtil::Initial().IsPrefixOf(key), core::ZelError::InitialKeyExpected);
-        input.buffer->Write(store.GetValue(KeyPathUtil::DropInitial(key)));
+        input.buffer->Write(ReadExternalInput(store, KeyPathUtil::DropInitial(key), key));
     }
     auto result = std::make_unique<ExternalInputMap>();
     result->swap(*m_externalInputs);

@@ -88,7 +88,8 @@ namespace zel::core {
     X(UnknownCollation, 1002)        \
     X(StoreFormatError, 1003)        \
     X(VtlSyntaxError, 1004)          \
-    X(VtlProgramError, 1005)
+    X(VtlProgramError, 1005)         \
+    X(InputTypeMismatch, 1006)
 
 enum class ZelError : std::uint32_t {
 #define ZEL_ERROR_ENUMERATOR(name, number) name = number,
