@@ -71,6 +71,27 @@ m2 : keymap = Copy(~init.m)
     EXPECT_EQ(Json(*vm->MaterializeDataStore()), Json(R"({"a": 5, "m2": {"y": 6}})"));
 }
 
+// An output beneath an input value replaces that part of it, and a new member joins it.
+TEST_F(VMTest, OutputsBeneathAnInputAreLaidOverIt) {
+    constexpr std::string_view program = R"(
+input ~init.sales : keymap, ~init.sales.south : array<double>
+sales.north : array<double> = Copy(~init.sales.south)
+sales.east : array<double> = Copy(~init.sales.south)
+)";
+    constexpr std::string_view store = R"({"sales": {"north": [1.0, 2.5], "south": [3.0]}, "keep": 1})";
+    auto const run = [&](std::string_view outputs) {
+        auto vm = Make(std::string(program) + std::string(outputs), store);
+        EXPECT_EQ(vm->Execute(), TransformStatus::Complete);
+        return Json(*vm->MaterializeDataStore());
+    };
+    EXPECT_EQ(run(""), Json(R"({"keep": 1, "sales": {"east": [3.0], "north": [3.0], "south": [3.0]}})"));
+    EXPECT_EQ(run("output sales.north, sales.east"), Json(R"({"sales": {"east": [3.0], "north": [3.0]}})"));
+    // An output key may name an input with its prefix; the result knows it by its plain name.
+    EXPECT_EQ(run("output ~init.keep, ~init.sales.south"), Json(R"({"keep": 1, "sales": {"south": [3.0]}})"));
+    // A key above what statements write asks for all of it.
+    EXPECT_EQ(run("output sales"), Json(R"({"sales": {"east": [3.0], "north": [3.0], "south": [3.0]}})"));
+}
+
 TEST_F(VMTest, NoResultBeforeACompleteRun) {
     auto vm = Make(c_chain, R"({"a": 1})");
     EXPECT_EQ(vm->ExecuteNext(), TransformStatus::NotStarted);
@@ -110,13 +131,13 @@ n : keymap = Copy(~init.m)
     auto const first = Json(*vm->MaterializeDataStore());
 
     auto updater = vm->MakeDataStoreUpdater();
-    updater->Set(KeyPath(L"a"), Int32Array({4})).Set(KeyPath(L"m"), KeyMap({{L"y", Int32Array({9})}}));
+    updater->Set(KeyPath(L"a"), core::factory::MakeInt32(4)).Set(KeyPath(L"m"), KeyMap({{L"y", Int32Array({9})}}));
     vm->ApplyUpdater(std::move(updater));
     // The buffers were cleared: outputs of the first run are gone until the next run.
     EXPECT_THROW(vm->MaterializeDataStore()->GetValue(KeyPath(L"b")), core::ZelRuntimeException);
     EXPECT_EQ(vm->Execute(), TransformStatus::Complete);
     EXPECT_EQ(Json(*vm->MaterializeDataStore()),
-              Json(R"({"a": [4], "b": [4], "m": {"x": 1, "y": [9]}, "n": {"x": 1, "y": [9]}})"));
+              Json(R"({"a": 4, "b": 4, "m": {"x": 1, "y": [9]}, "n": {"x": 1, "y": [9]}})"));
     // The caller's store and the store given away before are untouched.
     EXPECT_EQ(Json(*store), Json(R"({"a": 1, "m": {"x": 1, "y": 2}})"));
     EXPECT_EQ(first, Json(R"({"a": 1, "b": 1, "m": {"x": 1, "y": 2}, "n": {"x": 1, "y": 2}})"));
@@ -125,14 +146,14 @@ n : keymap = Copy(~init.m)
 TEST_F(VMTest, AnUpdateBeforeTheFirstRunIsSeenByIt) {
     auto vm = Make(c_chain, R"({"a": 1})");
     auto updater = vm->MakeDataStoreUpdater();
-    updater->Set(KeyPath(L"a"), Int32Array({3}));
+    updater->Set(KeyPath(L"a"), core::factory::MakeInt32(3));
     vm->ApplyUpdater(std::move(updater));
     EXPECT_EQ(vm->Execute(), TransformStatus::Complete);
-    EXPECT_EQ(Json(*vm->MaterializeDataStore()), Json(R"({"a": [3], "b": [3], "c": [3]})"));
+    EXPECT_EQ(Json(*vm->MaterializeDataStore()), Json(R"({"a": 3, "b": 3, "c": 3})"));
     // An empty update on a finished VM still clears and refeeds everything.
     vm->ApplyUpdater(vm->MakeDataStoreUpdater());
     EXPECT_EQ(vm->Execute(), TransformStatus::Complete);
-    EXPECT_EQ(Json(*vm->MaterializeDataStore()), Json(R"({"a": [3], "b": [3], "c": [3]})"));
+    EXPECT_EQ(Json(*vm->MaterializeDataStore()), Json(R"({"a": 3, "b": 3, "c": 3})"));
 }
 
 TEST(DataStoreUpdater, FlattensKeyMapsAndKeepsTheLastValue) {
@@ -155,8 +176,20 @@ TEST_F(VMTest, BadProgramsAndStoresFailInMake) {
     EXPECT_THROW(Make("b = Copy(", "{}"), core::ZelRuntimeException);
     EXPECT_THROW(Make(c_chain, "{"), core::ZelRuntimeException);
     // A well-formed program whose operator has no transform yet.
-    EXPECT_THROW(Make("input ~init.a : array<double>\nb : array<double> = Filter(~init.a) fn gt(1.0)", R"({"a": [1.5]})"),
+    EXPECT_THROW(Make("input ~init.a : array<double>\nb : array<double> = Filter(~init.a) fn gt(1.0) value false", R"({"a": [1.5]})"),
                  core::ZelRuntimeException);
+}
+
+// The transforms are chosen for the declared types, so a store that holds other types is refused
+// with both types named, when the VM is made and when an update brings one.
+TEST_F(VMTest, InputsMustHoldTheirDeclaredTypes) {
+    test::ExpectRuntimeError([&] { Make(c_chain, R"({"a": "text"})"); }, ZelError::InputTypeMismatch,
+                             "the input ~init.a is declared int32 but the store holds string");
+    auto vm = Make(c_chain, R"({"a": 1})");
+    auto updater = vm->MakeDataStoreUpdater();
+    updater->Set(KeyPath(L"a"), core::factory::MakeInt64(2));
+    test::ExpectRuntimeError([&] { vm->ApplyUpdater(std::move(updater)); }, ZelError::InputTypeMismatch,
+                             "declared int32 but the store holds int64");
 }
 
 // The instruction overloads, with the caller's builder and type lookup, over JSON and binary.

@@ -871,11 +871,18 @@ private:
 
     void CheckOutputDeclarations() const {
         for (PathUse const& output : m_outputDeclarations) {
-            if (!output.path.IsEmpty() && !IsUnderInit(output.path) && WritersOf(output.path).empty()) {
+            if (!output.path.IsEmpty() && !IsUnderInit(output.path) && WritersOf(output.path).empty() &&
+                !IsWrittenBelow(output.path)) {
                 ProgramError(output.where,
                              L"output " + PathText(output.path) + L" is written by no statement");
             }
         }
+    }
+
+    // Some statement writes a key under `key`: the caller may ask for all those parts at once.
+    bool IsWrittenBelow(KeyPath const& key) const {
+        return std::any_of(m_writers.begin(), m_writers.end(),
+                           [&](auto const& writer) { return key.IsPrefixOf(writer.first); });
     }
 
     // Kept for the caller: named by an output declaration, inside one or holding one. Every key is

@@ -31,8 +31,12 @@ std::shared_ptr<core::StoreValue> PartialBuffer::Peek() const {
     std::unique_ptr<core::IDataStore> const from = core::factory::MakeDataStore(value);
     std::unique_ptr<core::IDataStore> const to =
         core::factory::MakeDataStore(core::factory::MakeKeyMap(std::make_unique<core::StoreValueMap>()));
+    // A wanted member that the value lacks is left out, as a wanted path that no buffer has is:
+    // the program may add it beneath an input value, and then another entry of the result writes it.
     for (core::KeyPath const& path : m_relativePaths) {
-        to->SetValue(path, from->GetValue(path));
+        if (std::shared_ptr<core::StoreValue> member = from->FindValue(path)) {
+            to->SetValue(path, member);
+        }
     }
     return to->GetRootValue();
 }
