@@ -92,7 +92,8 @@ TEST(ExecutionStrategy, FlatOperatorsGoParallelAtTheirThresholds) {
 
         // A string result never goes parallel, whatever its collation or the size.
         EXPECT_FALSE(Parallel(*Strategy(type, {array}, StoreTypeInfo::String), c_maxRows));
-        StoreTypeInfo const caseless(zel::core::StoreType::String, false, zel::core::Collation::Named(L"nocase"));
+        StoreTypeInfo const caseless(zel::core::StoreType::String, false,
+                                     zel::core::Collation::Named(L"nocase"));
         EXPECT_FALSE(Parallel(*Strategy(type, {array}, KeySegmentType(caseless)), c_maxRows));
     }
 }

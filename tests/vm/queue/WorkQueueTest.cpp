@@ -61,8 +61,9 @@ struct CallerError : std::runtime_error {
 class SeeLaunches {
 public:
     explicit SeeLaunches(std::vector<std::weak_ptr<AsyncTask::SharedStateBase>>& states) {
-        AsyncTask::SetOnSharedStateCreatedHook(
-            [&states](std::weak_ptr<AsyncTask::SharedStateBase> state) { states.push_back(std::move(state)); });
+        AsyncTask::SetOnSharedStateCreatedHook([&states](std::weak_ptr<AsyncTask::SharedStateBase> state) {
+            states.push_back(std::move(state));
+        });
     }
     ~SeeLaunches() { AsyncTask::SetOnSharedStateCreatedHook({}); }
     SeeLaunches(SeeLaunches const&) = delete;
@@ -78,7 +79,8 @@ ExecutionParameters ParallelParameters(unsigned int maxWorkerThreads) {
 
 // The thread count of the queue chosen for a pool of `total` threads with `inUse` busy; 1 must
 // come with a serial queue, more with a parallel one.
-unsigned int ThreadsChosen(ExecutionParameters const& parameters, unsigned int total, unsigned long long inUse) {
+unsigned int ThreadsChosen(ExecutionParameters const& parameters, unsigned int total,
+                           unsigned long long inUse) {
     auto const queue = MakeWorkQueue(parameters, total, inUse);
     unsigned int const threads = queue->GetThreadCount();
     bool const serial = dynamic_cast<SerialTransformWorkQueue*>(queue.get()) != nullptr;

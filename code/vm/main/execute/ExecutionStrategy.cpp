@@ -30,7 +30,8 @@ public:
                                                unsigned int rowCount) const override {
         ExecutionParameters parameters;
         parameters.useVectorized = m_options.UseVectorizedTransforms();
-        parameters.blockSize = ComputeBlockSize(elementSize, rowCount, m_options.GetBaseVectorizationBlockSize());
+        parameters.blockSize =
+            ComputeBlockSize(elementSize, rowCount, m_options.GetBaseVectorizationBlockSize());
         parameters.runInParallel =
             canRunInParallel && m_options.UseParallelTransforms() && OperatorGoesParallel(rowCount);
         parameters.maxWorkerThreads = m_options.GetMaxWorkerThreadsToUse();
@@ -81,7 +82,8 @@ std::unique_ptr<IExecutionStrategy> MakeExecutionStrategy(VMOptions const& optio
             return core::IsCollectionStoreType(input.GetMainType().GetStoreType());
         });
     return std::make_unique<ExecutionStrategy>(
-        options, type, hasCollectionInput, static_cast<unsigned char>(outputType.GetMainType().GetStoreType()));
+        options, type, hasCollectionInput,
+        static_cast<unsigned char>(outputType.GetMainType().GetStoreType()));
 }
 
 unsigned int ComputeBlockSize(unsigned int elementSize, unsigned int rowCount, unsigned int baseBlockSize) {

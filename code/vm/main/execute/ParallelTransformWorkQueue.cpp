@@ -44,7 +44,9 @@ std::unique_ptr<TransformWorkQueue> MakeWorkQueue(ExecutionParameters const& par
     return std::make_unique<ParallelTransformWorkQueue>(static_cast<unsigned int>(workers));
 }
 
-unsigned int ParallelTransformWorkQueue::GetThreadCount() const { return m_workerCount + 1; }
+unsigned int ParallelTransformWorkQueue::GetThreadCount() const {
+    return m_workerCount + 1;
+}
 
 bool ParallelTransformWorkQueue::Run(std::vector<std::unique_ptr<ITransformTask>>& tasks) {
     auto const queue = std::make_shared<ParallelTransformWorkQueueImpl>(std::move(tasks), m_workerCount);
@@ -73,8 +75,8 @@ void WorkerLoop(unsigned int threadIndex, std::shared_ptr<IParallelWorkQueue> qu
     }
 }
 
-ParallelTransformWorkQueueImpl::ParallelTransformWorkQueueImpl(std::vector<std::unique_ptr<ITransformTask>> tasks,
-                                                               unsigned int workerCount)
+ParallelTransformWorkQueueImpl::ParallelTransformWorkQueueImpl(
+    std::vector<std::unique_ptr<ITransformTask>> tasks, unsigned int workerCount)
     : m_workerLimit(workerCount), m_threadCount(workerCount + 1), m_tasks(std::move(tasks)) {
     // A fifth of a thread's fair share per batch: small enough that threads that run slower (or
     // start later) get less, large enough that the batch counter is touched rarely.
@@ -92,13 +94,17 @@ core::ArrayView<std::unique_ptr<ITransformTask>> ParallelTransformWorkQueueImpl:
         return {};
     }
     auto const count = std::min<unsigned long long>(m_batchSize, m_tasks.size() - start);
-    return core::ArrayView<std::unique_ptr<ITransformTask>>(m_tasks)
-        .SubView(static_cast<unsigned int>(start), static_cast<unsigned int>(count));
+    return core::ArrayView<std::unique_ptr<ITransformTask>>(m_tasks).SubView(
+        static_cast<unsigned int>(start), static_cast<unsigned int>(count));
 }
 
-void ParallelTransformWorkQueueImpl::AddCompleted(unsigned long long count) { m_completedCount += count; }
+void ParallelTransformWorkQueueImpl::AddCompleted(unsigned long long count) {
+    m_completedCount += count;
+}
 
-void ParallelTransformWorkQueueImpl::Stop() { m_running = false; }
+void ParallelTransformWorkQueueImpl::Stop() {
+    m_running = false;
+}
 
 void ParallelTransformWorkQueueImpl::Cancel() {
     m_running = false;
@@ -117,9 +123,9 @@ bool ParallelTransformWorkQueueImpl::StartWorker() {
     // Launched so that the worker never waits behind other work in the pool's queue, and with
     // the calling thread's cancel event as its parent: once that is signalled, a worker not yet
     // started does not run, and its future carries AsyncTask::CancelException.
-    m_futures.push_back(AsyncTask::Run(
-        [threadIndex, self = std::move(self)] { WorkerLoop(threadIndex, self); },
-        AsyncTask::Launch::ThreadPoolOrDedicatedThread, AsyncTask::WhenCanceled::DoNotRun));
+    m_futures.push_back(
+        AsyncTask::Run([threadIndex, self = std::move(self)] { WorkerLoop(threadIndex, self); },
+                       AsyncTask::Launch::ThreadPoolOrDedicatedThread, AsyncTask::WhenCanceled::DoNotRun));
     return true;
 }
 

@@ -38,7 +38,8 @@ void WorkerLoop(unsigned int threadIndex, std::shared_ptr<IParallelWorkQueue> qu
 // run. Made by std::make_shared only, since workers share it.
 class ParallelTransformWorkQueueImpl final : public IParallelWorkQueue {
 public:
-    ParallelTransformWorkQueueImpl(std::vector<std::unique_ptr<ITransformTask>> tasks, unsigned int workerCount);
+    ParallelTransformWorkQueueImpl(std::vector<std::unique_ptr<ITransformTask>> tasks,
+                                   unsigned int workerCount);
 
     core::ArrayView<std::unique_ptr<ITransformTask>> GetNextBatch() override;
     void AddCompleted(unsigned long long count) override;

@@ -2,7 +2,9 @@
 
 namespace zel::vm {
 
-unsigned int SerialTransformWorkQueue::GetThreadCount() const { return 1; }
+unsigned int SerialTransformWorkQueue::GetThreadCount() const {
+    return 1;
+}
 
 bool SerialTransformWorkQueue::Run(std::vector<std::unique_ptr<ITransformTask>>& tasks) {
     for (auto const& task : tasks) {
