@@ -46,9 +46,10 @@ public:
     void Stop() override;
     void Cancel() override;
 
-    // Starts the workers, works on this thread too, waits for the workers unless every task is
-    // done, and rethrows the first worker's exception, else this thread's. False if a task asked
-    // to stop. Once per queue, from the thread that made it.
+    // Starts the workers, works on this thread too and waits for every worker, so that none holds
+    // the queue afterwards. Throws the first worker's exception if a task was left undone, else
+    // this thread's own, if any. False if a task asked to stop. Once per queue, from the thread
+    // that made it.
     bool Run();
 
 private:

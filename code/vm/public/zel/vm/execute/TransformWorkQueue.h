@@ -27,9 +27,6 @@ public:
     // Runs every task once, unless one returns false (then the rest may not run and Run returns
     // false) or throws (then Run rethrows it once all threads are done). True if none asked to
     // stop. The queue may take the tasks: the vector is not to be used afterwards but to refill.
-    // A parallel queue that finished every task returns without waiting for its idle workers, and
-    // the last of them destroys the tasks, on its own thread and maybe after Run has returned: a
-    // task's destructor must not touch memory of the caller.
     virtual bool Run(std::vector<std::unique_ptr<ITransformTask>>& tasks) = 0;
 };
 
