@@ -127,15 +127,41 @@ std::string Program(InstanceCase const& c) {
     return text.str();
 }
 
-// A store whose one entry `name` is the JSON value `value`.
-std::shared_ptr<core::IDataStore> Store(std::string_view value, std::string_view name = "a") {
-    return core::StoreValueParser::MakeDataStore("{\"" + std::string(name) + "\": " + std::string(value) +
-                                                 "}");
+using Value = std::shared_ptr<core::StoreValue>;
+
+// The column of a JSON text (plain or typed).
+Value Column(std::string_view json) {
+    return core::StoreValueParser::MakeDataStore("{\"a\": " + std::string(json) + "}")
+        ->GetValue(core::KeyPath(L"a"));
 }
 
 core::IFunctionLookup const& Builtins() {
     static std::unique_ptr<core::IFunctionLookup> const lookup = core::MakeBuiltinFunctionLookup();
     return *lookup;
+}
+
+// The case's program over `column`: the result b, or null once a failure is recorded.
+Value RunMap(InstanceCase const& c, Value column, vm::VMOptions const& options = {}) {
+    core::StoreValueMap entries;
+    entries.emplace(L"a", std::move(column));
+    try {
+        auto vm = vm::VMFactory::Make(TStringCore::FromUtf8(Program(c)),
+                                      core::factory::MakeDataStore(std::move(entries)), Builtins(), options);
+        EXPECT_EQ(vm->Execute(), vm::TransformStatus::Complete);
+        return vm->MaterializeDataStore()->GetValue(core::KeyPath(L"b"));
+    } catch (core::ZelException const& e) {
+        ADD_FAILURE() << e.what();
+        return nullptr;
+    }
+}
+
+std::string Json(core::StoreValue const& value) {
+    return core::JsonStoreWriter::WriteValue(value);
+}
+
+// The rows of `column` at `rows`, in the flat layout.
+Value Rows(core::StoreValue const& column, std::vector<unsigned int> rows) {
+    return column.AsArray().Gather(std::make_shared<std::vector<unsigned int>>(std::move(rows)));
 }
 
 TEST(MapInstances, TheCasesCoverEveryInstanceOnce) {
@@ -160,25 +186,17 @@ TEST(MapInstances, TheCasesCoverEveryInstanceOnce) {
 // row path: the block calls and the row calls of the same instance must give the same result.
 TEST(MapInstances, EachInstanceGivesTheExactResultOnBothPaths) {
     for (auto const& c : Cases()) {
-        auto const store = Store(c.column);
-        auto const input = store->GetValue(core::KeyPath(L"a"));
-        ASSERT_EQ(input->AsCollection().GetElementTypeInfo().GetStoreType(), c.in) << Describe(c);
-        std::string const program = Program(c);
-        std::string const expected = core::JsonStoreWriter::WriteStore(*Store(c.expected, "b"));
+        Value const column = Column(c.column);
+        ASSERT_EQ(column->AsCollection().GetElementTypeInfo().GetStoreType(), c.in) << Describe(c);
+        std::string const expected = Json(*Column(c.expected));
         for (bool vectorized : {true, false}) {
             SCOPED_TRACE(Describe(c) + (vectorized ? ", blocks" : ", rows"));
             vm::VMOptions options;
             options.SetBaseVectorizationBlockSize(2);
             options.SetUseVectorizedTransforms(vectorized);
-            try {
-                auto vm = vm::VMFactory::Make(TStringCore::FromUtf8(program), store, Builtins(), options);
-                ASSERT_EQ(vm->Execute(), vm::TransformStatus::Complete);
-                auto const result = vm->MaterializeDataStore();
-                EXPECT_EQ(core::JsonStoreWriter::WriteStore(*result), expected);
-                auto const b = result->GetValue(core::KeyPath(L"b"));
+            if (Value const b = RunMap(c, column, options)) {
+                EXPECT_EQ(Json(*b), expected);
                 EXPECT_EQ(ValueClassOf(b->AsCollection().GetElementTypeInfo().GetStoreType()), c.out);
-            } catch (core::ZelException const& e) {
-                ADD_FAILURE() << e.what();
             }
         }
     }
@@ -187,46 +205,31 @@ TEST(MapInstances, EachInstanceGivesTheExactResultOnBothPaths) {
 // The one element of a flat column of one row, as a constant column of `count` rows: the writer
 // prints the flat form as {"$type": ..., "values": [E]}, and the constant form reads
 // {"$type": ..., "constant": E, "count": n}.
-std::shared_ptr<core::StoreValue> ConstantOf(core::StoreValue const& oneRow, unsigned int count) {
-    std::string const flat = core::JsonStoreWriter::WriteValue(oneRow);
+Value ConstantOf(core::StoreValue const& oneRow, unsigned int count) {
+    std::string const flat = Json(oneRow);
     std::string_view const values = "\"values\":[";
     std::size_t const at = flat.find(values);
     EXPECT_TRUE(at != std::string::npos && flat.ends_with("]}")) << flat;
     std::string const element = flat.substr(at + values.size(), flat.size() - 2 - at - values.size());
-    std::string const constant =
-        flat.substr(0, at) + "\"constant\":" + element + ",\"count\":" + std::to_string(count) + "}";
-    return Store(constant)->GetValue(core::KeyPath(L"a"));
+    return Column(flat.substr(0, at) + "\"constant\":" + element + ",\"count\":" + std::to_string(count) +
+                  "}");
 }
 
 // A constant column: Map calls the function once, outside the block and row paths, and makes a
 // constant array of the instance's output type. Its rows must be the row of the full column's
 // result, for the first row (a value) and the last (a special in most cases).
 TEST(MapInstances, EachInstanceMapsAConstantColumnToAConstantResult) {
-    auto const gather = [](core::StoreValue const& column, std::vector<unsigned int> rows) {
-        return column.AsArray().Gather(std::make_shared<std::vector<unsigned int>>(std::move(rows)));
-    };
     for (auto const& c : Cases()) {
-        auto const column = Store(c.column)->GetValue(core::KeyPath(L"a"));
-        auto const expected = Store(c.expected)->GetValue(core::KeyPath(L"a"));
+        Value const column = Column(c.column);
+        Value const expected = Column(c.expected);
         ASSERT_EQ(column->GetCount(), expected->GetCount()) << Describe(c);
-        std::string const program = Program(c);
         for (unsigned int row : {0u, column->GetCount() - 1}) {
             SCOPED_TRACE(Describe(c) + ", row " + std::to_string(row));
-            auto const constant = ConstantOf(*gather(*column, {row}), 3);
+            Value const constant = ConstantOf(*Rows(*column, {row}), 3);
             ASSERT_TRUE(constant->AsCollection().IsConstant());
-            core::StoreValueMap entries;
-            entries.emplace(L"a", constant);
-            try {
-                auto vm = vm::VMFactory::Make(TStringCore::FromUtf8(program),
-                                              core::factory::MakeDataStore(std::move(entries)), Builtins(),
-                                              vm::VMOptions());
-                ASSERT_EQ(vm->Execute(), vm::TransformStatus::Complete);
-                auto const b = vm->MaterializeDataStore()->GetValue(core::KeyPath(L"b"));
+            if (Value const b = RunMap(c, constant)) {
                 EXPECT_TRUE(b->AsCollection().IsConstant());
-                EXPECT_EQ(core::JsonStoreWriter::WriteValue(*b->AsArray().Flatten()),
-                          core::JsonStoreWriter::WriteValue(*gather(*expected, {row, row, row})));
-            } catch (core::ZelException const& e) {
-                ADD_FAILURE() << e.what();
+                EXPECT_EQ(Json(*b->AsArray().Flatten()), Json(*Rows(*expected, {row, row, row})));
             }
         }
     }
@@ -237,38 +240,26 @@ TEST(MapInstances, EachInstanceMapsAConstantColumnToAConstantResult) {
 TEST(MapInstances, EachInstanceReadsAnIndexedColumn) {
     for (auto const& c : Cases()) {
         SCOPED_TRACE(Describe(c));
-        auto const column = Store(c.column)->GetValue(core::KeyPath(L"a"));
-        auto const expected = Store(c.expected)->GetValue(core::KeyPath(L"a"));
-        auto indices = std::make_shared<std::vector<unsigned int>>();
+        Value const column = Column(c.column);
+        std::vector<unsigned int> indices;
         for (unsigned int row = column->GetCount(); row-- > 0;) {
-            indices->push_back(row);
+            indices.push_back(row);
         }
-        indices->insert(indices->end(), {0u, 0u});
+        indices.insert(indices.end(), {0u, 0u});
         // The writer prints the flat form as {"$type": ..., "values": [...]}; the indexed form adds
         // "indices" to it.
-        std::string flat = core::JsonStoreWriter::WriteValue(*column);
-        ASSERT_TRUE(flat.ends_with("}")) << flat;
+        std::string typed = Json(*column);
         std::string list;
-        for (unsigned int index : *indices) {
+        for (unsigned int index : indices) {
             list += (list.empty() ? "" : ",") + std::to_string(index);
         }
-        flat.insert(flat.size() - 1, ",\"indices\":[" + list + "]");
-        auto const indexed = Store(flat)->GetValue(core::KeyPath(L"a"));
+        typed.insert(typed.size() - 1, ",\"indices\":[" + list + "]");
+        Value const indexed = Column(typed);
         ASSERT_EQ(indexed->AsCollection().GetLayout(), core::ArrayLayout::Indexed);
-        core::StoreValueMap entries;
-        entries.emplace(L"a", indexed);
         vm::VMOptions options;
         options.SetBaseVectorizationBlockSize(2);
-        try {
-            auto vm =
-                vm::VMFactory::Make(TStringCore::FromUtf8(Program(c)),
-                                    core::factory::MakeDataStore(std::move(entries)), Builtins(), options);
-            ASSERT_EQ(vm->Execute(), vm::TransformStatus::Complete);
-            auto const b = vm->MaterializeDataStore()->GetValue(core::KeyPath(L"b"));
-            EXPECT_EQ(core::JsonStoreWriter::WriteValue(*b->AsArray().Flatten()),
-                      core::JsonStoreWriter::WriteValue(*expected->AsArray().Gather(indices)));
-        } catch (core::ZelException const& e) {
-            ADD_FAILURE() << e.what();
+        if (Value const b = RunMap(c, indexed, options)) {
+            EXPECT_EQ(Json(*b->AsArray().Flatten()), Json(*Rows(*Column(c.expected), indices)));
         }
     }
 }
@@ -292,7 +283,9 @@ TEST(MapInstances, APairOutsideTheTableIsRefusedWhenTheMachineIsMade) {
                                     "\nb : " + std::string(r.outputType) + " = Map(~init.a) fn " +
                                     std::string(r.function) + "\n";
         try {
-            vm::VMFactory::Make(TStringCore::FromUtf8(program), Store(r.column), Builtins(), vm::VMOptions());
+            vm::VMFactory::Make(TStringCore::FromUtf8(program),
+                                TStringCore::FromUtf8("{\"a\": " + std::string(r.column) + "}"), Builtins(),
+                                vm::VMOptions());
             ADD_FAILURE() << "the machine was made";
         } catch (core::ZelRuntimeException const& e) {
             EXPECT_EQ(e.GetError(), core::ZelError::UnsupportedTypes);
