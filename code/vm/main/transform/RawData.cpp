@@ -42,13 +42,18 @@ std::unique_ptr<core::HugePageVector<E>> CopyToHugePages(core::HugePageVector<E>
 // ---- RawData -----------------------------------------------------------------------------------
 
 RawData::RawData(StoreTypeInfo const& type, StoreTypeInfo const& mainType, StoreTypeInfo const& childType,
-                 unsigned int rowCount, unsigned int elementSize)
+                 unsigned int rowCount, unsigned int elementSize, RawDataRows rows)
     : m_type(type), m_mainType(mainType), m_childType(childType), m_elementSize(elementSize) {
     if (rowCount >= 2) {
         ZEL_CHECK(m_type == StoreTypeInfo::Array || m_type == StoreTypeInfo::Set,
                   ZelError::RawDataTypeInvalid);
     }
-    m_specials.assign(rowCount, SpecialKind::None);
+    if (rows == RawDataRows::Filled) {
+        m_specials.assign(rowCount, SpecialKind::None);
+    } else {
+        // The allocator default-initialises: the bytes stay untouched until a block writes them.
+        m_specials.resize(rowCount);
+    }
     m_specialsView = ArrayView<SpecialKind>(m_specials);
 }
 
@@ -89,10 +94,16 @@ T TypedRawData<T>::InitialElement(StoreTypeInfo const& type) {
 
 template <class T>
 TypedRawData<T>::TypedRawData(StoreTypeInfo const& type, StoreTypeInfo const& mainType,
-                              StoreTypeInfo const& childType, unsigned int rowCount)
-    : RawData(type, mainType, childType, rowCount, static_cast<unsigned int>(sizeof(T))) {
-    // Written once here: after this nothing in the row path allocates or first-touches memory.
-    m_values.assign(rowCount, InitialElement(type));
+                              StoreTypeInfo const& childType, unsigned int rowCount, RawDataRows rows)
+    : RawData(type, mainType, childType, rowCount, static_cast<unsigned int>(sizeof(T)), rows) {
+    if (rows == RawDataRows::Filled) {
+        // Written once here: after this nothing in the row path allocates or first-touches memory.
+        m_values.assign(rowCount, InitialElement(type));
+    } else {
+        // Numbers stay untouched until their block writes them; strings and shared values are
+        // constructed empty, as assignment into them needs.
+        m_values.resize(rowCount);
+    }
     ResetViews();
 }
 

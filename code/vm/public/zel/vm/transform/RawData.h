@@ -49,6 +49,13 @@ struct UntypedArrayView {
     unsigned int count = 0;
 };
 
+// How a new buffer's rows start. `Filled`: every row holds the initial element and special byte 0.
+// `WrittenByTheWork`: the memory is reserved but not touched, for a transform whose work writes
+// every row's element (and, when it raises the specials flag, every row's special byte) before
+// anything reads them: each block then first-touches its own rows, on its own thread, while they
+// are in cache, and a run without specials never touches the specials column at all.
+enum class RawDataRows { Filled, WrittenByTheWork };
+
 class RawData {
 public:
     // `type` is what the buffer becomes: StoreTypeInfo::Array, StoreTypeInfo::Set, or the type of
@@ -57,7 +64,7 @@ public:
     // as a plain value (special byte 0). Two or more rows are only allowed for an array or set:
     // otherwise a ZelRuntimeException (RawDataTypeInvalid, 70).
     RawData(StoreTypeInfo const& type, StoreTypeInfo const& mainType, StoreTypeInfo const& childType,
-            unsigned int rowCount, unsigned int elementSize);
+            unsigned int rowCount, unsigned int elementSize, RawDataRows rows = RawDataRows::Filled);
     virtual ~RawData();
 
     RawData(RawData const&) = delete;
@@ -115,9 +122,9 @@ public:
     using Values =
         std::conditional_t<std::is_trivially_copyable_v<T>, core::HugePageVector<T>, std::vector<T>>;
 
-    // Every row holds InitialElement(type) and special byte 0.
+    // Every row holds InitialElement(type) and special byte 0, unless `rows` leaves them to the work.
     TypedRawData(StoreTypeInfo const& type, StoreTypeInfo const& mainType, StoreTypeInfo const& childType,
-                 unsigned int rowCount);
+                 unsigned int rowCount, RawDataRows rows = RawDataRows::Filled);
     ~TypedRawData() override;
 
     UntypedArrayView GetData() override;
