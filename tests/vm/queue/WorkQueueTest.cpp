@@ -5,6 +5,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <numeric>
 #include <stdexcept>
 #include <vector>
 
@@ -121,37 +122,46 @@ TEST(WorkQueueChoice, TheProcessPoolIsLeftHalfFree) {
     EXPECT_EQ(MakeWorkQueue(serial)->GetThreadCount(), 1u);
 }
 
-TEST(SerialWorkQueue, RunsInOrderOnIndexZeroUntilATaskStopsOrThrows) {
-    std::vector<std::size_t> ran;
-    std::size_t stopAt = 100;
-    std::size_t throwAt = 100;
-    auto const body = [&](std::size_t index, unsigned int threadIndex) {
-        EXPECT_EQ(threadIndex, 0u);
-        ran.push_back(index);
-        if (index == throwAt) {
-            throw WorkerError();
-        }
-        return index != stopAt;
-    };
-    SerialTransformWorkQueue queue;
-    EXPECT_EQ(queue.GetThreadCount(), 1u);
-
-    Tasks tasks = MakeTasks(5, body);
-    EXPECT_TRUE(queue.Run(tasks));
-    EXPECT_EQ(ran, (std::vector<std::size_t>{0, 1, 2, 3, 4}));
-
-    ran.clear();
-    stopAt = 2;
-    EXPECT_FALSE(queue.Run(tasks));
-    EXPECT_EQ(ran, (std::vector<std::size_t>{0, 1, 2}));
-
-    ran.clear();
-    throwAt = 1;
-    EXPECT_THROW(queue.Run(tasks), WorkerError);
-    EXPECT_EQ(ran, (std::vector<std::size_t>{0, 1}));
-
-    Tasks none;
-    EXPECT_TRUE(queue.Run(none));
+// The serial queue, and a parallel one without workers, run everything on the caller in order.
+// A task that stops, or throws, ends the run there: neither the rest of its batch nor a later
+// batch runs.
+TEST(WorkQueue, OnTheCallerAloneTasksRunInOrderUntilOneStopsOrThrows) {
+    SerialTransformWorkQueue serial;
+    ParallelTransformWorkQueue noWorkers(0);
+    for (TransformWorkQueue* queue : std::initializer_list<TransformWorkQueue*>{&serial, &noWorkers}) {
+        EXPECT_EQ(queue->GetThreadCount(), 1u);
+        std::vector<std::size_t> ran;
+        std::size_t stopAt = 100;
+        std::size_t throwAt = 100;
+        auto const run = [&] {
+            ran.clear();
+            Tasks tasks = MakeTasks(50, [&](std::size_t index, unsigned int threadIndex) {  // batches of 10
+                EXPECT_EQ(threadIndex, 0u);
+                ran.push_back(index);
+                if (index == throwAt) {
+                    throw WorkerError();
+                }
+                return index != stopAt;
+            });
+            return queue->Run(tasks);
+        };
+        auto const firsts = [](std::size_t count) {
+            std::vector<std::size_t> indices(count);
+            std::iota(indices.begin(), indices.end(), std::size_t{0});
+            return indices;
+        };
+        EXPECT_TRUE(run());
+        EXPECT_EQ(ran, firsts(50));
+        stopAt = 13;
+        EXPECT_FALSE(run());
+        EXPECT_EQ(ran, firsts(14));
+        stopAt = 100;
+        throwAt = 27;
+        EXPECT_THROW(run(), WorkerError);
+        EXPECT_EQ(ran, firsts(28));
+        Tasks none;
+        EXPECT_TRUE(queue->Run(none));
+    }
 }
 
 TEST(ParallelWorkQueueBatches, EachThreadTakesAFifthOfItsShareAtATime) {
@@ -201,48 +211,6 @@ TEST(ParallelWorkQueueBatches, StopAndCancelHandOutNoMoreBatches) {
     }
 }
 
-TEST(ParallelWorkQueue, WithoutWorkersTheCallerRunsInOrderUntilATaskStopsOrThrows) {
-    std::vector<std::size_t> ran;
-    std::size_t stopAt = 100;
-    std::size_t throwAt = 100;
-    auto const body = [&](std::size_t index, unsigned int threadIndex) {
-        EXPECT_EQ(threadIndex, 0u);
-        ran.push_back(index);
-        if (index == throwAt) {
-            throw WorkerError();
-        }
-        return index != stopAt;
-    };
-    std::vector<std::size_t> all(50);
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        all[i] = i;
-    }
-    ParallelTransformWorkQueue queue(0);
-    EXPECT_EQ(queue.GetThreadCount(), 1u);
-
-    Tasks tasks = MakeTasks(50, body);  // batches of 10
-    EXPECT_TRUE(queue.Run(tasks));
-    EXPECT_TRUE(tasks.empty());
-    EXPECT_EQ(ran, all);
-
-    // A task that stops, or throws, in the middle of a batch ends the run there: neither the rest
-    // of its batch nor a later batch runs.
-    ran.clear();
-    stopAt = 13;
-    tasks = MakeTasks(50, body);
-    EXPECT_FALSE(queue.Run(tasks));
-    EXPECT_EQ(ran, std::vector<std::size_t>(all.begin(), all.begin() + 14));
-
-    ran.clear();
-    stopAt = 100;
-    throwAt = 27;
-    tasks = MakeTasks(50, body);
-    EXPECT_THROW(queue.Run(tasks), WorkerError);
-    EXPECT_EQ(ran, std::vector<std::size_t>(all.begin(), all.begin() + 28));
-
-    Tasks none;
-    EXPECT_TRUE(queue.Run(none));
-}
 
 TEST(ParallelWorkQueue, EveryTaskRunsOnceAndNoTwoThreadsShareAnIndex) {
     constexpr unsigned int c_workers = 3;
