@@ -30,10 +30,8 @@
 #include "zel/vm/vtl/OpReduceSpec.h"
 #include "zel/vm/vtl/OpScanRightSpec.h"
 #include "zel/vm/vtl/OpScanSpec.h"
-#include "zel/vm/vtl/OpSetValueMultiSpec.h"
 #include "zel/vm/vtl/OpSetValueSpec.h"
 #include "zel/vm/vtl/OpWhenSpec.h"
-#include "zel/vm/vtl/OpZipSpec.h"
 #include "zel/vm/vtl/OpZipWithSpec.h"
 
 using namespace zel::core;
@@ -55,20 +53,14 @@ TEST(OpSpecCreate, ColumnAndFunctionOperators) {
     EXPECT_EQ(columnFilter.GetInputs(), Paths{P(L"a")});
     EXPECT_FALSE(OpFilterSpec(columnFilter).GetMakeTable());
 
-    EXPECT_EQ(OpZipSpec::Create(P(L"a"), P(L"b"), P(L"z")), OpZipSpec::Create({P(L"a"), P(L"b")}, P(L"z")));
-
     // A constant is stored with one input, or read from a key given as the second.
     auto const seven = factory::MakeInt32(7);
     auto const storedSpec = OpConstantSpec::Create(P(L"arr"), seven, P(L"out"));
-    OpConstantSpec const stored(storedSpec);
-    EXPECT_TRUE(stored.GetIsConstant());
-    EXPECT_EQ(stored.GetConstant(), seven);
-    EXPECT_EQ(stored.GetInputArray(), P(L"arr"));
+    EXPECT_TRUE(OpConstantSpec(storedSpec).GetIsConstant());
+    EXPECT_EQ(OpConstantSpec(storedSpec).GetConstant(), seven);
     auto const keyedSpec = OpConstantSpec::Create(P(L"arr"), P(L"key"), P(L"out"));
-    OpConstantSpec const keyed(keyedSpec);
-    EXPECT_FALSE(keyed.GetIsConstant());
-    EXPECT_EQ(keyed.GetInputArray(), P(L"arr"));
-    EXPECT_EQ(keyed.GetInputKey(), P(L"key"));
+    EXPECT_FALSE(OpConstantSpec(keyedSpec).GetIsConstant());
+    EXPECT_EQ(OpConstantSpec(keyedSpec).GetInputKey(), P(L"key"));
 
     // Input, Output and SetValue read no key: their input is the empty path.
     EXPECT_EQ(OpInputSpec::Create(fn, P(L"a")).GetInputs(), Paths{KeyPath::Empty()});
@@ -78,9 +70,6 @@ TEST(OpSpecCreate, ColumnAndFunctionOperators) {
     auto const setValue = OpSetValueSpec::Create(L"abs", P(L"x"), P(L"v"));
     EXPECT_EQ(setValue.GetInputs(), Paths{KeyPath::Empty()});
     EXPECT_EQ(*OpSetValueSpec(setValue).GetFunctionSpec(), *FunctionSpec::Make(L"abs", P(L"x")));
-    auto const setMulti = OpSetValueMultiSpec::Create(L"max", P(L"x"), P(L"y"), P(L"v"));
-    EXPECT_EQ(*OpSetValueMultiSpec(setMulti).GetFunctionSpec(),
-              *FunctionSpec::Make(L"max", P(L"x"), P(L"y")));
 
     // Reduce, Scan and ScanRight differ only in the operator they write.
     auto const initial = factory::MakeDouble(0.5);
@@ -88,30 +77,18 @@ TEST(OpSpecCreate, ColumnAndFunctionOperators) {
          {std::pair{OpReduceSpec::Create(P(L"a"), initial, fn, P(L"b")), OperatorType::Reduce},
           std::pair{OpScanSpec::Create(P(L"a"), initial, fn, P(L"b")), OperatorType::Scan},
           std::pair{OpScanRightSpec::Create(P(L"a"), initial, fn, P(L"b")), OperatorType::ScanRight}}) {
-        OpAggregateSpec const view(spec);
-        EXPECT_EQ(view.GetOperatorType(), type);
-        EXPECT_EQ(view.GetInput(), P(L"a"));
-        EXPECT_EQ(view.GetInitial(), initial);
-        EXPECT_EQ(view.GetFunctionSpec(), fn);
-        EXPECT_EQ(view.GetOutput(), P(L"b"));
+        EXPECT_EQ(spec.GetOperatorType(), type);
+        EXPECT_EQ(OpAggregateSpec(spec).GetInitial(), initial);
     }
 }
 
 TEST(OpSpecCreate, ControlOperators) {
     auto const child = OpCopySpec::Create(P(L"x"), P(L"y"));
 
-    auto const blockSpec = OpBlockSpec::Create(L"main", {P(L"x")}, {child}, P(L"y"));
-    OpBlockSpec const block(blockSpec);
-    EXPECT_EQ(block.GetBlockName(), L"main");
-    EXPECT_EQ(block.GetOutput(), P(L"y"));
     // Blocks and calls may return nothing.
     auto const silentBlock = OpBlockSpec::Create(L"main", {}, {child}, KeyPath::Empty());
     EXPECT_TRUE(silentBlock.GetOutputs().empty());
     EXPECT_TRUE(OpBlockSpec(silentBlock).GetOutput().IsEmpty());
-    auto const callSpec = OpCallSpec::Create(L"main", {P(L"a")}, P(L"b"));
-    OpCallSpec const call(callSpec);
-    EXPECT_EQ(call.GetBlockName(), L"main");
-    EXPECT_EQ(call.GetOutput(), P(L"b"));
     auto const silentCall = OpCallSpec::Create(L"main", {}, KeyPath::Empty());
     EXPECT_TRUE(OpCallSpec(silentCall).GetOutput().IsEmpty());
 
@@ -121,8 +98,6 @@ TEST(OpSpecCreate, ControlOperators) {
     auto const otherwise = OpElseSpec::Create({child, child});
     auto const caseSpec = OpCaseSpec::Create({P(L"c")}, {P(L"o1"), P(L"o2")}, {when, otherWhen, otherwise});
     OpCaseSpec const caseView(caseSpec);
-    EXPECT_EQ(caseView.GetCapturedKeys(), Paths{P(L"c")});
-    EXPECT_EQ(caseView.GetOutputs(), (Paths{P(L"o1"), P(L"o2")}));
     EXPECT_EQ(caseView.GetWhenTransforms(), (std::vector{when, otherWhen}));
     EXPECT_EQ(caseView.GetElseTransform(), otherwise);
 
@@ -135,12 +110,9 @@ TEST(OpSpecCreate, ControlOperators) {
               OperatorType::ApplyByPartition}}) {
         EXPECT_EQ(spec.GetOperatorType(), type);
         OpPartitionSpec const view(spec);
-        EXPECT_EQ(view.GetInputTable(), P(L"t"));
         EXPECT_EQ(view.GetAllInputs(), (Paths{P(L"t"), P(L"t.k"), P(L"t.j"), P(L"c")}));
         EXPECT_EQ(view.GetPartitionKeys(), (Paths{P(L"t.k"), P(L"t.j")}));
         EXPECT_EQ(view.GetCapturedKeys(), Paths{P(L"c")});
-        EXPECT_EQ(view.GetChildTransforms(), std::vector{child});
-        EXPECT_EQ(view.GetOutput(), P(L"out"));
     }
     // No partition keys is a shape the view accepts; the transform refuses it later.
     auto const capturedOnly = OpGroupBySpec::Create(P(L"t"), {}, {P(L"c"), P(L"d")}, {child}, P(L"out"));
@@ -154,27 +126,17 @@ TEST(OpSpecCreate, JoinsAndSorts) {
     EXPECT_EQ(join.GetInputs(), (Paths{P(L"l.a"), P(L"r.x"), P(L"l.b"), P(L"r.y"), P(L"l"), P(L"r")}));
     EXPECT_EQ(OpInnerJoinSpec(join).GetEquiJoinColumns(),
               (std::vector<std::pair<KeyPath, KeyPath>>{{P(L"l.a"), P(L"r.x")}, {P(L"l.b"), P(L"r.y")}}));
-    auto const leftJoin = OpLeftOuterJoinSpec::Create(P(L"l.a"), P(L"r.x"), P(L"out"));
-    EXPECT_EQ(leftJoin.GetOperatorType(), OperatorType::LeftOuterJoin);
-    EXPECT_EQ(leftJoin.GetInputs(), (Paths{P(L"l.a"), P(L"r.x"), P(L"l"), P(L"r")}));
-    EXPECT_EQ(OpLeftOuterJoinSpec(leftJoin).GetEquiJoinColumns().size(), 1u);
+    EXPECT_EQ(OpLeftOuterJoinSpec::Create(P(L"l.a"), P(L"r.x"), P(L"out")).GetInputs(),
+              (Paths{P(L"l.a"), P(L"r.x"), P(L"l"), P(L"r")}));
 
     // A table sort appends the table behind the columns it sorts by.
     std::vector const orders{SortSpecOrder::Descending, SortSpecOrder::Ascending};
     auto const tableSort = OpMultiSortSpec::Create({P(L"t.a"), P(L"t.b")}, orders, true, P(L"out"));
-    EXPECT_EQ(tableSort.GetFunctionSpec()->GetFunctionId(), SortFuncName);
     OpMultiSortSpec const tableView(tableSort);
-    EXPECT_TRUE(tableView.GetMakeTable());
     EXPECT_EQ(tableView.GetAllInputs(), (Paths{P(L"t.a"), P(L"t.b"), P(L"t")}));
     EXPECT_EQ(tableView.GetInputsToSort(), (Paths{P(L"t.a"), P(L"t.b")}));
     EXPECT_EQ(tableView.GetInputTable(), P(L"t"));
     EXPECT_EQ(tableView.GetSortOrders(), orders);
-
-    auto const arraySort = OpMultiSortSpec::Create({P(L"a")}, {SortSpecOrder::Descending}, false, P(L"out"));
-    OpMultiSortSpec const arrayView(arraySort);
-    EXPECT_FALSE(arrayView.GetMakeTable());
-    EXPECT_EQ(arrayView.GetInputsToSort(), Paths{P(L"a")});
-    EXPECT_EQ(arrayView.GetSortOrders(), std::vector{SortSpecOrder::Descending});
 }
 
 TEST(OpSpecViews, FunctionInputTypesAreElementTypes) {
@@ -190,13 +152,12 @@ TEST(OpSpecViews, FunctionInputTypesAreElementTypes) {
 
     EXPECT_EQ(inputTypes(std::type_identity<OpMapSpec>(), OpMapSpec::Create(doubles, fn, P(L"o"))),
               std::vector{KeySegmentType(StoreTypeInfo::Double)});
-    EXPECT_EQ(inputTypes(std::type_identity<OpFilterSpec>(), OpFilterSpec::Create(strings, false, fn, P(L"o"))),
-              std::vector{KeySegmentType(StoreTypeInfo::String)});
     // A scalar input is its own element.
     EXPECT_EQ(inputTypes(std::type_identity<OpMapSpec>(), OpMapSpec::Create(scalar, fn, P(L"o"))),
               std::vector{KeySegmentType(StoreTypeInfo::Int64)});
-    EXPECT_EQ(inputTypes(std::type_identity<OpZipWithSpec>(), OpZipWithSpec::Create(strings, doubles, fn, P(L"o"))),
-              (std::vector{KeySegmentType(StoreTypeInfo::String), KeySegmentType(StoreTypeInfo::Double)}));
+    EXPECT_EQ(
+        inputTypes(std::type_identity<OpZipWithSpec>(), OpZipWithSpec::Create(strings, doubles, fn, P(L"o"))),
+        (std::vector{KeySegmentType(StoreTypeInfo::String), KeySegmentType(StoreTypeInfo::Double)}));
     // The accumulator (the initial value's type) comes before the element.
     auto const reduce = OpReduceSpec::Create(doubles, factory::MakeInt64(0), fn, P(L"o"));
     EXPECT_EQ(OpAggregateSpec(reduce).GetFunctionInputTypes(types),
