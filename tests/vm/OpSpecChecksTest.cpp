@@ -74,35 +74,21 @@ TransformSpec Build(Fields fields) {
 
 using Change = std::function<void(Fields&)>;
 
-void AddInput(Fields& f) {
-    f.inputs.push_back(P(L"extra"));
-}
-void NoInputs(Fields& f) {
-    f.inputs.clear();
-}
+Change const AddInput = [](Fields& f) { f.inputs.push_back(P(L"extra")); };
+Change const NoInputs = [](Fields& f) { f.inputs.clear(); };
+Change const AddOutput = [](Fields& f) { f.outputs.push_back(P(L"extra")); };
+Change const NoOutputs = [](Fields& f) { f.outputs.clear(); };
+Change const DropFunction = [](Fields& f) { f.function = nullptr; };
+Change const AddFunction = [](Fields& f) { f.function = Fn(); };
+Change const DropValue = [](Fields& f) { f.value = nullptr; };
 Change KeepInputs(std::size_t count) {
     return [count](Fields& f) { f.inputs.resize(count); };
 }
 Change SetInputs(std::vector<KeyPath> inputs) {
     return [inputs](Fields& f) { f.inputs = inputs; };
 }
-void AddOutput(Fields& f) {
-    f.outputs.push_back(P(L"extra"));
-}
-void NoOutputs(Fields& f) {
-    f.outputs.clear();
-}
-void DropFunction(Fields& f) {
-    f.function = nullptr;
-}
-void AddFunction(Fields& f) {
-    f.function = Fn();
-}
 Change SetFunction(std::shared_ptr<FunctionSpec> function) {
     return [function](Fields& f) { f.function = function; };
-}
-void DropValue(Fields& f) {
-    f.value = nullptr;
 }
 Change SetValue(std::shared_ptr<StoreValue> value) {
     return [value](Fields& f) { f.value = value; };
