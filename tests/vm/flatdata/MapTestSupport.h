@@ -87,6 +87,12 @@ inline Value Doubles(std::vector<double> const& values, std::vector<unsigned int
                                                         nullptr, std::move(specials));
 }
 
+// A constant double column of `count` rows.
+inline Value ConstantDoubles(double value, unsigned int count) {
+    return core::factory::MakeConstantArray<unsigned long long>(
+        core::StoreTypeInfo::Double, std::bit_cast<unsigned long long>(value), count);
+}
+
 // 0.5, 1.5, 2.5, ... and, with `negativeEvery`, every such row negated.
 inline std::vector<double> Ramp(unsigned int count, unsigned int negativeEvery = 0) {
     std::vector<double> values(count);

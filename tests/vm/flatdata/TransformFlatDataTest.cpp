@@ -96,10 +96,7 @@ TEST(MapRange, WritesTheRangeIntoItsViewAndNothingElse) {
     // A constant input fills the whole view, whatever the start and length.
     auto filled = DoubleBuffer(6);
     RawDataView middle(*filled, 1, 4);
-    TransformValues const constant{
-        {a, core::factory::MakeConstantArray<unsigned long long>(
-                core::StoreTypeInfo::Double, std::bit_cast<unsigned long long>(1.5), 100)}};
-    map->DoTransformOverRange(constant, 90, 2, middle, nullptr);
+    map->DoTransformOverRange({{a, ConstantDoubles(1.5, 100)}}, 90, 2, middle, nullptr);
     EXPECT_EQ(ValuesOf(*filled), (std::vector<double>{0, 3, 3, 3, 3, 0}));
     EXPECT_FALSE(filled->HasSpecials());
     TransformValues const nulls{{a, core::factory::MakeConstantArray<unsigned long long>(
