@@ -16,14 +16,6 @@ extern char** environ;
 
 namespace zel::test::e2e {
 
-std::filesystem::path VtlrunPath() {
-    return VOR_VTLRUN_PATH;
-}
-
-std::filesystem::path ExamplesDir() {
-    return VOR_EXAMPLES_DIR;
-}
-
 VtlrunProcess::VtlrunProcess(std::vector<std::string> const& arguments)
     : m_scratch(std::make_unique<ScratchDir>()) {
     // The output goes to files rather than pipes, so that a child that writes much to both streams
@@ -39,7 +31,7 @@ VtlrunProcess::VtlrunProcess(std::vector<std::string> const& arguments)
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
                                      0600);
 
-    std::string const program = VtlrunPath().string();
+    std::string const program = VOR_VTLRUN_PATH;
     std::vector<char*> argv;
     argv.push_back(const_cast<char*>(program.c_str()));
     for (std::string const& argument : arguments) {

@@ -10,10 +10,6 @@
 
 namespace zel::test::e2e {
 
-// Where the build put vtlrun and where the examples lie (compile definitions of the suite).
-std::filesystem::path VtlrunPath();
-std::filesystem::path ExamplesDir();
-
 // A fresh directory, removed with everything in it when the object goes.
 class ScratchDir {
 public:

@@ -36,7 +36,7 @@ void PrintTo(Example const& example, std::ostream* out) {
 
 std::vector<Example> ListExamples() {
     std::vector<Example> examples;
-    for (fs::directory_entry const& entry : fs::directory_iterator(ExamplesDir())) {
+    for (fs::directory_entry const& entry : fs::directory_iterator(VOR_EXAMPLES_DIR)) {
         if (entry.is_directory()) {
             examples.push_back({entry.path().filename().string(), entry.path()});
         }
@@ -53,16 +53,8 @@ std::string Printed(core::IDataStore const& store) {
 
 class Examples : public ::testing::TestWithParam<Example> {};
 
-TEST(ExampleSet, IsNotEmptyAndEachExampleIsComplete) {
-    auto const examples = ListExamples();
-    ASSERT_FALSE(examples.empty()) << ExamplesDir();
-    for (Example const& example : examples) {
-        for (char const* file : {"program.vtl", "store.json", "expected.json"}) {
-            EXPECT_TRUE(fs::exists(example.dir / file)) << example.name << " lacks " << file;
-        }
-        EXPECT_EQ(example.HasUpdate(), fs::exists(example.dir / "expected-after-update.json"))
-            << example.name << ": changes.json and expected-after-update.json come together";
-    }
+TEST(ExampleSet, IsNotEmpty) {
+    EXPECT_FALSE(ListExamples().empty()) << VOR_EXAMPLES_DIR;
 }
 
 TEST_P(Examples, TheLibraryGivesTheExpectedStore) {
@@ -92,26 +84,20 @@ TEST_P(Examples, TheLibraryGivesTheExpectedStore) {
     EXPECT_EQ(Printed(*store), storeBefore);
 }
 
-std::vector<std::string> Arguments(Example const& example, std::vector<std::string> options) {
-    std::vector<std::string> arguments = {(example.dir / "program.vtl").string(),
-                                          (example.dir / "store.json").string()};
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    return arguments;
-}
-
+// vtlrun prints the store, and with --update the store after the second run.
 TEST_P(Examples, VtlrunPrintsTheExpectedStore) {
     Example const& example = GetParam();
-    ProcessResult const first = RunVtlrun(Arguments(example, {}));
-    EXPECT_EQ(first.exitCode, 0) << first.err;
-    EXPECT_EQ(first.out, example.Read("expected.json"));
-    EXPECT_EQ(first.err, "");
-
-    if (example.HasUpdate()) {
-        ProcessResult const second =
-            RunVtlrun(Arguments(example, {"--update", (example.dir / "changes.json").string()}));
-        EXPECT_EQ(second.exitCode, 0) << second.err;
-        EXPECT_EQ(second.out, example.Read("expected-after-update.json"));
-        EXPECT_EQ(second.err, "");
+    std::vector<std::string> arguments = {(example.dir / "program.vtl").string(),
+                                          (example.dir / "store.json").string()};
+    for (char const* expected : {"expected.json", "expected-after-update.json"}) {
+        ProcessResult const run = RunVtlrun(arguments);
+        EXPECT_EQ(run.exitCode, 0) << run.err;
+        EXPECT_EQ(run.out, example.Read(expected));
+        EXPECT_EQ(run.err, "");
+        if (!example.HasUpdate()) {
+            break;
+        }
+        arguments.insert(arguments.end(), {"--update", (example.dir / "changes.json").string()});
     }
 }
 
