@@ -109,20 +109,21 @@ TEST_F(Vtlrun, AProgramErrorNamesTheFileLineAndColumnAndShowsTheLine) {
 
 TEST_F(Vtlrun, FilesThatCannotBeReadOrWrittenAreNamed) {
     std::string const missing = (m_scratch.Path() / "missing.json").string();
-    ExpectFailure(RunVtlrun({missing, m_store}), "error 1000 (InvalidArgument): " + missing +
-                                                     ": cannot read the program: No such file or directory");
-    ExpectFailure(RunVtlrun({m_program, missing}), "error 1000 (InvalidArgument): " + missing +
-                                                       ": cannot read the store: No such file or directory");
     std::string const dir = m_scratch.Path().string();
-    ExpectFailure(RunVtlrun({m_program, dir}),
-                  "error 1000 (InvalidArgument): " + dir + ": cannot read the store: Is a directory");
-    ExpectFailure(
-        RunVtlrun({m_program, m_store, "--update", missing}),
-        "error 1000 (InvalidArgument): " + missing + ": cannot read the changes: No such file or directory");
     std::string const unwritable = (m_scratch.Path() / "no" / "result.json").string();
-    ExpectFailure(RunVtlrun({m_program, m_store, "-o", unwritable}),
-                  "error 1000 (InvalidArgument): " + unwritable +
-                      ": cannot write the result: No such file or directory");
+    std::string const absent = ": No such file or directory";
+    struct Case {
+        std::vector<std::string> arguments;
+        std::string message;
+    };
+    for (auto const& [arguments, message] : std::vector<Case>{
+             {{missing, m_store}, missing + ": cannot read the program" + absent},
+             {{m_program, missing}, missing + ": cannot read the store" + absent},
+             {{m_program, dir}, dir + ": cannot read the store: Is a directory"},
+             {{m_program, m_store, "--update", missing}, missing + ": cannot read the changes" + absent},
+             {{m_program, m_store, "-o", unwritable}, unwritable + ": cannot write the result" + absent}}) {
+        ExpectFailure(RunVtlrun(arguments), "error 1000 (InvalidArgument): " + message);
+    }
 }
 
 // One line, the store's file in front of the reader's place in it; the debug report of the failed
@@ -178,11 +179,6 @@ TEST_F(Vtlrun, OutputFileMetricsAndTrace) {
     std::string const events = ReadFile(trace);
     EXPECT_TRUE(events.starts_with("{\"traceEvents\":[")) << events;
     EXPECT_NE(events.find("\"name\":\"zel_VM_Execute\""), std::string::npos) << events;
-
-    // Without the options nothing is measured or written but the store.
-    ProcessResult const plain = RunVtlrun({m_program, m_store});
-    EXPECT_EQ(plain.out, c_result);
-    EXPECT_EQ(plain.err, "");
 }
 
 // Not timed: the program is a FIFO, so vtlrun is known to wait in its read, with the handler in
