@@ -15,10 +15,9 @@
 
 #include "core/functions/builtin/InstanceTables.h"
 #include "support/CheckFailure.h"
-#include "zel/core/functions/BuiltinFunctions.h"
+#include "vm/flatdata/MapTestSupport.h"
 #include "zel/core/io/JsonStoreWriter.h"
 #include "zel/core/io/StoreValueParser.h"
-#include "zel/core/store/DataStore.h"
 #include "zel/core/store/IStoreArray.h"
 #include "zel/core/utility/ZelException.h"
 #include "zel/vm/host/VMFactory.h"
@@ -115,37 +114,14 @@ std::string Describe(InstanceCase const& c) {
 }
 
 std::string Program(InstanceCase const& c) {
-    return "input ~init.a : array<" + std::string(core::StoreTypeName(c.in)) +
-           ">\noutput b\nb : " + std::string(c.outputType) + " = Map(~init.a) fn " + std::string(c.function) +
-           "\n";
+    return MapProgram(std::string(c.function), "array<" + std::string(core::StoreTypeName(c.in)) + ">",
+                      std::string(c.outputType));
 }
-
-using Value = std::shared_ptr<core::StoreValue>;
 
 // The column of a JSON text (plain or typed).
 Value Column(std::string_view json) {
     return core::StoreValueParser::MakeDataStore("{\"a\": " + std::string(json) + "}")
         ->GetValue(core::KeyPath(L"a"));
-}
-
-core::IFunctionLookup const& Builtins() {
-    static std::unique_ptr<core::IFunctionLookup> const lookup = core::MakeBuiltinFunctionLookup();
-    return *lookup;
-}
-
-// The case's program over `column`: the result b, or null once a failure is recorded.
-Value RunMap(InstanceCase const& c, Value column, vm::VMOptions const& options = {}) {
-    core::StoreValueMap entries;
-    entries.emplace(L"a", std::move(column));
-    try {
-        auto vm = vm::VMFactory::Make(TStringCore::FromUtf8(Program(c)),
-                                      core::factory::MakeDataStore(std::move(entries)), Builtins(), options);
-        EXPECT_EQ(vm->Execute(), vm::TransformStatus::Complete);
-        return vm->MaterializeDataStore()->GetValue(core::KeyPath(L"b"));
-    } catch (core::ZelException const& e) {
-        ADD_FAILURE() << e.what();
-        return nullptr;
-    }
 }
 
 std::string Json(core::StoreValue const& value) {
@@ -197,7 +173,7 @@ TEST(MapInstances, EachInstanceGivesTheExactResultOnEveryPath) {
             vm::VMOptions options;
             options.SetBaseVectorizationBlockSize(2);
             options.SetUseVectorizedTransforms(path != 1);
-            if (Value const b = RunMap(c, path == 2 ? indexed : column, options)) {
+            if (Value const b = RunProgram(Program(c), {{L"a", path == 2 ? indexed : column}}, options)) {
                 EXPECT_EQ(Json(*b->AsArray().Flatten()),
                           Json(path == 2 ? *expected->AsArray().Gather(
                                                std::make_shared<std::vector<unsigned int>>(indices))
@@ -221,7 +197,7 @@ TEST(MapInstances, APairOutsideTheTableIsRefusedWhenTheMachineIsMade) {
         ReportCollector reports;
         try {
             vm::VMFactory::Make(TStringCore::FromUtf8(Program(r)),
-                                TStringCore::FromUtf8("{\"a\": " + std::string(r.column) + "}"), Builtins(),
+                                TStringCore::FromUtf8("{\"a\": " + std::string(r.column) + "}"), Functions(),
                                 vm::VMOptions());
             ADD_FAILURE() << "the machine was made";
         } catch (core::ZelRuntimeException const& e) {
