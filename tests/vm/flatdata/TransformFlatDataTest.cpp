@@ -17,7 +17,6 @@
 #include "vm/flatdata/MapTestSupport.h"
 #include "zel/core/store/StoreValueFactory.h"
 #include "zel/core/store/TypeLookup.h"
-#include "zel/core/utility/ZelException.h"
 #include "zel/core/vtl/VtlParser.h"
 #include "zel/vm/materialize/MakeTransform.h"
 #include "zel/vm/transform/RawData.h"
