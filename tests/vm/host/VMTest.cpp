@@ -33,6 +33,12 @@ std::string Json(std::string_view storeText) {
     return Json(*core::StoreValueParser::MakeDataStore(storeText));
 }
 
+// Runs the machine to the end and gives its result.
+std::string RunToEnd(VM& vm) {
+    EXPECT_EQ(vm.Execute(), TransformStatus::Complete);
+    return Json(*vm.MaterializeDataStore());
+}
+
 class VMTest : public ::testing::Test {
 protected:
     std::unique_ptr<VM> Make(std::string_view program, std::string_view store,
@@ -60,8 +66,7 @@ TEST_F(VMTest, RunsAProgramAndKeepsTheInputsItDidNotShadow) {
     EXPECT_EQ(Json(*vm->MaterializeDataStore()), Json(R"({"a": 1, "b": 1, "c": 1, "keep": "x"})"));
 
     auto empty = Make("", R"({"a": [1, 2], "k": {"x": true}})");
-    EXPECT_EQ(empty->Execute(), TransformStatus::Complete);
-    EXPECT_EQ(Json(*empty->MaterializeDataStore()), Json(R"({"a": [1, 2], "k": {"x": true}})"));
+    EXPECT_EQ(RunToEnd(*empty), Json(R"({"a": [1, 2], "k": {"x": true}})"));
 }
 
 // An output beneath an input value replaces that part of it, and a new member joins it; output
@@ -74,9 +79,7 @@ sales.east : array<double> = Copy(~init.sales.south)
 )";
     constexpr std::string_view store = R"({"sales": {"north": [1.0, 2.5], "south": [3.0]}, "keep": 1})";
     auto const run = [&](std::string_view outputs) {
-        auto vm = Make(std::string(program) + std::string(outputs), store);
-        EXPECT_EQ(vm->Execute(), TransformStatus::Complete);
-        return Json(*vm->MaterializeDataStore());
+        return RunToEnd(*Make(std::string(program) + std::string(outputs), store));
     };
     EXPECT_EQ(run(""), Json(R"({"keep": 1, "sales": {"east": [3.0], "north": [3.0], "south": [3.0]}})"));
     EXPECT_EQ(run("output sales.north, sales.east"), Json(R"({"sales": {"east": [3.0], "north": [3.0]}})"));
@@ -102,8 +105,7 @@ TEST_F(VMTest, NoResultBeforeACompleteRun) {
                        "(m_graphStatus == TransformStatus::Complete)");
     // A cleared source lets the same VM finish.
     cancelled->cancelled = false;
-    EXPECT_EQ(vm->Execute(), TransformStatus::Complete);
-    EXPECT_EQ(Json(*vm->MaterializeDataStore()), Json(R"({"a": 1, "b": 1, "c": 1})"));
+    EXPECT_EQ(RunToEnd(*vm), Json(R"({"a": 1, "b": 1, "c": 1})"));
 }
 
 TEST_F(VMTest, ASecondRunSeesTheUpdatedInputs) {
@@ -115,8 +117,7 @@ b : int32 = Copy(~init.a)
 n : keymap = Copy(~init.m)
 )"),
                               store, *m_functions);
-    EXPECT_EQ(vm->Execute(), TransformStatus::Complete);
-    auto const first = Json(*vm->MaterializeDataStore());
+    auto const first = RunToEnd(*vm);
 
     auto updater = vm->MakeDataStoreUpdater();
     updater->Set(KeyPath(L"a"), core::factory::MakeInt32(4))
@@ -124,9 +125,7 @@ n : keymap = Copy(~init.m)
     vm->ApplyUpdater(std::move(updater));
     // The buffers were cleared: outputs of the first run are gone until the next run.
     EXPECT_THROW(vm->MaterializeDataStore()->GetValue(KeyPath(L"b")), core::ZelRuntimeException);
-    EXPECT_EQ(vm->Execute(), TransformStatus::Complete);
-    EXPECT_EQ(Json(*vm->MaterializeDataStore()),
-              Json(R"({"a": 4, "b": 4, "m": {"x": 1, "y": [9]}, "n": {"x": 1, "y": [9]}})"));
+    EXPECT_EQ(RunToEnd(*vm), Json(R"({"a": 4, "b": 4, "m": {"x": 1, "y": [9]}, "n": {"x": 1, "y": [9]}})"));
     // The caller's store and the store given away before are untouched.
     EXPECT_EQ(Json(*store), Json(R"({"a": 1, "m": {"x": 1, "y": 2}})"));
     EXPECT_EQ(first, Json(R"({"a": 1, "b": 1, "m": {"x": 1, "y": 2}, "n": {"x": 1, "y": 2}})"));
@@ -139,8 +138,7 @@ TEST_F(VMTest, AnUpdateBeforeTheFirstRunIsSeenByIt) {
     vm->ApplyUpdater(std::move(updater));
     // An empty update on a finished VM still clears and refeeds everything.
     for (int run = 0; run < 2; ++run) {
-        EXPECT_EQ(vm->Execute(), TransformStatus::Complete);
-        EXPECT_EQ(Json(*vm->MaterializeDataStore()), Json(R"({"a": 3, "b": 3, "c": 3})"));
+        EXPECT_EQ(RunToEnd(*vm), Json(R"({"a": 3, "b": 3, "c": 3})"));
         vm->ApplyUpdater(vm->MakeDataStoreUpdater());
     }
 }
@@ -196,27 +194,23 @@ TEST_F(VMTest, InstructionsBuildTheSameMachine) {
     core::OutputKeySet const wanted{KeyPath(L"b")};
     // A fresh builder for each machine.
     auto const builder = [] { return SerialExecutionGraphBuilder::Make(); };
-    auto const result = [](VM& vm) {
-        EXPECT_EQ(vm.Execute(), TransformStatus::Complete);
-        return Json(*vm.MaterializeDataStore());
-    };
 
-    auto fromJson = VMFactory::Make(instructions, TStringCore(L"{\"a\": 8}"), wanted, *builder(),
-                                    *m_functions, types, VMOptions());
-    EXPECT_EQ(result(*fromJson), Json(R"({"b": 8})"));
+    EXPECT_EQ(RunToEnd(*VMFactory::Make(instructions, TStringCore(L"{\"a\": 8}"), wanted, *builder(),
+                                        *m_functions, types, VMOptions())),
+              Json(R"({"b": 8})"));
 
     std::vector<std::uint8_t> const bytes = core::BinaryProtocolWriter::WriteStore(
         *core::StoreValueParser::MakeDataStore(std::string_view(R"({"a": 9})")));
     core::BinaryProtocolReader reader(bytes);
-    auto fromBinary =
-        VMFactory::Make(instructions, reader, wanted, *builder(), *m_functions, types, VMOptions());
-    EXPECT_EQ(result(*fromBinary), Json(R"({"b": 9})"));
+    EXPECT_EQ(RunToEnd(*VMFactory::Make(instructions, reader, wanted, *builder(), *m_functions, types,
+                                        VMOptions())),
+              Json(R"({"b": 9})"));
 
     auto store = core::StoreValueParser::MakeDataStore(std::string_view(R"({"a": 10})"));
     auto inProc = VMFactory::Make(
         MakeExecutionGraph(instructions, *store, wanted, *builder(), *m_functions, types, VMOptions()),
         *store);
-    EXPECT_EQ(result(*inProc), Json(R"({"b": 10})"));
+    EXPECT_EQ(RunToEnd(*inProc), Json(R"({"b": 10})"));
     EXPECT_GT(inProc->GetMemoryUsage()->GetTotalBytes(), 0u);
 
     // An edge before its node.
