@@ -71,9 +71,6 @@ std::vector<T> ValuesOf(TypedRawData<T> const& data) {
 }
 
 TEST(RawData, OnlyArraysAndSetsHoldMoreThanOneRow) {
-    EXPECT_EQ(TypedRawData<unsigned int>(StoreTypeInfo::Int32, StoreTypeInfo::Empty, StoreTypeInfo::Empty, 0)
-                  .GetSize(),
-              0u);
     ExpectCheckFailure(
         [] {
             TypedRawData<unsigned int>(StoreTypeInfo::Int32, StoreTypeInfo::Empty, StoreTypeInfo::Empty, 2);
@@ -90,25 +87,19 @@ TEST(RawData, OnlyArraysAndSetsHoldMoreThanOneRow) {
 }
 
 TEST(RawData, FactoryChoosesTheStorageOfTheElementType) {
-    struct Case {
-        StoreTypeInfo type;
-        unsigned int elementSize;
-        std::type_index storage;
+    std::pair<StoreTypeInfo, std::type_index> const cases[] = {
+        {StoreTypeInfo::Bool, typeid(TypedRawData<unsigned char>)},
+        {StoreTypeInfo::Float, typeid(TypedRawData<unsigned int>)},
+        {StoreTypeInfo::Color, typeid(TypedRawData<unsigned int>)},
+        {StoreTypeInfo::DateTime, typeid(TypedRawData<unsigned long long>)},
+        {StoreTypeInfo::String, typeid(TypedRawData<RIndirectString>)},
+        {StoreTypeInfo::Table, typeid(TypedRawData<Value>)},
     };
-    Case const cases[] = {
-        {StoreTypeInfo::Bool, 1, typeid(TypedRawData<unsigned char>)},
-        {StoreTypeInfo::Float, 4, typeid(TypedRawData<unsigned int>)},
-        {StoreTypeInfo::Color, 4, typeid(TypedRawData<unsigned int>)},
-        {StoreTypeInfo::DateTime, 8, typeid(TypedRawData<unsigned long long>)},
-        {StoreTypeInfo::String, 8, typeid(TypedRawData<RIndirectString>)},
-        {StoreTypeInfo::Table, 16, typeid(TypedRawData<Value>)},
-    };
-    for (Case const& c : cases) {
-        auto const data = MakeRawData(c.type, StoreTypeInfo::Empty, 5);
-        EXPECT_EQ(std::type_index(typeid(*data)), c.storage) << static_cast<int>(c.type.GetStoreType());
+    for (auto const& [type, storage] : cases) {
+        auto const data = MakeRawData(type, StoreTypeInfo::Empty, 5);
+        EXPECT_EQ(std::type_index(typeid(*data)), storage) << static_cast<int>(type.GetStoreType());
         EXPECT_EQ(data->GetType(), StoreTypeInfo::Array);
-        EXPECT_EQ(data->GetMainType(), c.type);
-        EXPECT_EQ(data->GetElementSize(), c.elementSize);
+        EXPECT_EQ(data->GetMainType(), type);
         EXPECT_EQ(data->GetData().count, 5u);
     }
 }
