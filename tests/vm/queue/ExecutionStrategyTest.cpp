@@ -20,12 +20,6 @@ bool Parallel(IExecutionStrategy const& strategy, unsigned int rowCount, bool ca
     return strategy.GetExecutionParameters(canRunInParallel, 8, rowCount).runInParallel;
 }
 
-// A function-calling operator over the given input types with a result of `output`.
-std::unique_ptr<IExecutionStrategy> Strategy(OperatorType type, std::vector<KeySegmentType> const& inputs,
-                                             KeySegmentType const& output, VMOptions const& options = {}) {
-    return MakeExecutionStrategy(options, type, inputs, output);
-}
-
 auto Fields(ExecutionParameters const& p) {
     return std::tuple(p.useVectorized, p.blockSize, p.runInParallel, p.maxWorkerThreads);
 }
@@ -58,8 +52,9 @@ TEST(ExecutionStrategy, ParametersFollowTheOptionsAndSurviveACopy) {
 
     // A clone keeps the options and what the strategy noted of its types.
     KeySegmentType const table(StoreTypeInfo::Table);
-    for (auto const& original : {Strategy(OperatorType::Map, {table}, StoreTypeInfo::Int64, options),
-                                 Strategy(OperatorType::Map, {table}, StoreTypeInfo::String, options)}) {
+    for (auto const& original :
+         {MakeExecutionStrategy(options, OperatorType::Map, {table}, StoreTypeInfo::Int64),
+          MakeExecutionStrategy(options, OperatorType::Map, {table}, StoreTypeInfo::String)}) {
         auto const clone = original->Clone();
         for (unsigned int const rows : {99999u, 100000u, 500000u}) {
             EXPECT_EQ(Fields(original->GetExecutionParameters(true, 2, rows)),
@@ -68,54 +63,53 @@ TEST(ExecutionStrategy, ParametersFollowTheOptionsAndSurviveACopy) {
     }
 }
 
-TEST(ExecutionStrategy, FlatOperatorsGoParallelAtTheirThresholds) {
+// The row count from which each operator goes parallel, unless the caller or the options forbid it.
+TEST(ExecutionStrategy, OperatorsGoParallelFromTheirThresholds) {
+    constexpr unsigned int c_never = c_maxRows;
     KeySegmentType const array(StoreTypeInfo::Array, StoreTypeInfo::Double);
     KeySegmentType const flat(StoreTypeInfo::Double);
+    StoreTypeInfo const caseless(zel::core::StoreType::String, false, zel::core::Collation::Named(L"nocase"));
+    struct Case {
+        OperatorType type;
+        std::vector<KeySegmentType> inputs;  // none: an operator that calls no function
+        KeySegmentType output;
+        unsigned int from;
+    };
+    std::vector<Case> cases;
     for (OperatorType const type : {OperatorType::Map, OperatorType::Filter, OperatorType::ZipWith}) {
-        SCOPED_TRACE(static_cast<int>(type));
-        // Any collection input, among others, lowers the threshold.
-        auto const withCollection = Strategy(type, {flat, array}, StoreTypeInfo::Double);
-        EXPECT_FALSE(Parallel(*withCollection, 99999));
-        EXPECT_TRUE(Parallel(*withCollection, 100000));
-        // Without function types the operator has no collection input.
-        for (auto const& plain : {Strategy(type, {flat, StoreTypeInfo::Int32}, StoreTypeInfo::Double),
-                                  MakeExecutionStrategy(VMOptions(), type)}) {
-            EXPECT_FALSE(Parallel(*plain, 499999));
-            EXPECT_TRUE(Parallel(*plain, 500000));
-        }
-        // A string result never goes parallel, whatever its collation or the size.
-        EXPECT_FALSE(Parallel(*Strategy(type, {array}, StoreTypeInfo::String), c_maxRows));
-        StoreTypeInfo const caseless(zel::core::StoreType::String, false,
-                                     zel::core::Collation::Named(L"nocase"));
-        EXPECT_FALSE(Parallel(*Strategy(type, {array}, KeySegmentType(caseless)), c_maxRows));
+        cases.push_back({type, {flat, array}, flat, 100000});  // any collection input lowers the threshold
+        cases.push_back({type, {flat, StoreTypeInfo::Int32}, flat, 500000});
+        cases.push_back({type, {}, flat, 500000});
+        // A string result never goes parallel, whatever its collation.
+        cases.push_back({type, {array}, StoreTypeInfo::String, c_never});
+        cases.push_back({type, {array}, KeySegmentType(caseless), c_never});
     }
-}
-
-TEST(ExecutionStrategy, ZipPartitionsAndOtherOperators) {
-    auto const zip = Strategy(OperatorType::Zip, {StoreTypeInfo::String}, StoreTypeInfo::String);
-    EXPECT_FALSE(Parallel(*zip, 99999));
-    EXPECT_TRUE(Parallel(*zip, 100000));  // whatever the types
-    EXPECT_TRUE(Parallel(*MakeExecutionStrategy(VMOptions(), OperatorType::Zip), 100000));
-
+    cases.push_back({OperatorType::Zip, {StoreTypeInfo::String}, StoreTypeInfo::String, 100000});
+    cases.push_back({OperatorType::Zip, {}, flat, 100000});
     for (OperatorType const type : {OperatorType::ApplyByPartition, OperatorType::GroupBy}) {
-        EXPECT_TRUE(Parallel(*MakeExecutionStrategy(VMOptions(), type), 0));
+        cases.push_back({type, {}, flat, 0});
     }
-    KeySegmentType const array(StoreTypeInfo::Array, StoreTypeInfo::Int32);
     for (OperatorType const type : {OperatorType::Reduce, OperatorType::Scan, OperatorType::Copy,
                                     OperatorType::Slice, OperatorType::InternalCreateKeyMap}) {
-        SCOPED_TRACE(static_cast<int>(type));
-        EXPECT_FALSE(Parallel(*Strategy(type, {array}, StoreTypeInfo::Int32), c_maxRows));
+        cases.push_back({type, {array}, flat, c_never});
     }
-}
-
-TEST(ExecutionStrategy, TheCallerAndTheOptionsCanForbidParallelWork) {
-    KeySegmentType const array(StoreTypeInfo::Array, StoreTypeInfo::Double);
     VMOptions serial;
     serial.SetUseParallelTransforms(false);
-    for (OperatorType const type : {OperatorType::Map, OperatorType::Zip, OperatorType::GroupBy}) {
-        auto const strategy = Strategy(type, {array}, StoreTypeInfo::Double);
-        ASSERT_TRUE(Parallel(*strategy, c_maxRows));
+    for (Case const& c : cases) {
+        SCOPED_TRACE(testing::Message()
+                     << static_cast<int>(c.type) << " with " << c.inputs.size() << " inputs");
+        auto const make = [&](VMOptions const& options) {
+            return c.inputs.empty() ? MakeExecutionStrategy(options, c.type)
+                                    : MakeExecutionStrategy(options, c.type, c.inputs, c.output);
+        };
+        auto const strategy = make(VMOptions());
+        if (c.from == c_never) {
+            EXPECT_FALSE(Parallel(*strategy, c_maxRows));
+            continue;
+        }
+        EXPECT_TRUE(c.from == 0 || !Parallel(*strategy, c.from - 1));
+        EXPECT_TRUE(Parallel(*strategy, c.from));
         EXPECT_FALSE(Parallel(*strategy, c_maxRows, false));
-        EXPECT_FALSE(Parallel(*Strategy(type, {array}, StoreTypeInfo::Double, serial), c_maxRows));
+        EXPECT_FALSE(Parallel(*make(serial), c_maxRows));
     }
 }
