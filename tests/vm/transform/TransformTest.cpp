@@ -24,12 +24,11 @@ using test::Value;
 
 using FlagSource = test::FlagCancellationSource;
 
-// Writes the value of its first input under its output, counts its calls, and can raise the flag
-// of a source while it runs.
+// Writes the value of its input under its output, counts its calls, and can raise the flag of a
+// source while it runs.
 class ProbeTransform final : public Transform {
 public:
-    ProbeTransform(std::vector<KeyPath> inputs, KeyPath output)
-        : m_inputs(std::move(inputs)), m_output(std::move(output)) {}
+    ProbeTransform(KeyPath input, KeyPath output) : m_inputs{std::move(input)}, m_output(std::move(output)) {}
 
     TransformValues DoTransform(TransformValues const& inputs,
                                 ICancellationTokenSource const*) const override {
@@ -82,13 +81,13 @@ TEST(TransformValues, FirstWriterWinsAndTypesDoNotMatter) {
 
 TEST(TransformInPlace, ReadsRunsAndWritesBack) {
     auto store = StoreWithA();
-    ProbeTransform const copy({KeyPath(L"a")}, KeyPath::FromTexts({L"b", L"c"}));
+    ProbeTransform const copy(KeyPath(L"a"), KeyPath::FromTexts({L"b", L"c"}));
     EXPECT_TRUE(Execution::TransformInPlace(copy, *store, nullptr));
     // The value is shared, not copied; the key maps on the way are made.
     EXPECT_EQ(store->GetValue(KeyPath::FromTexts({L"b", L"c"})), store->GetValue(KeyPath(L"a")));
 
     // A missing input fails before the transform runs.
-    ProbeTransform const missing({KeyPath(L"missing")}, KeyPath(L"b"));
+    ProbeTransform const missing(KeyPath(L"missing"), KeyPath(L"b"));
     EXPECT_THROW(Execution::TransformInPlace(missing, *store, nullptr), core::ZelRuntimeException);
     EXPECT_EQ(missing.calls, 0);
 }
@@ -97,13 +96,13 @@ TEST(TransformInPlace, CancellationLeavesTheStoreUntouched) {
     auto store = StoreWithA();
     FlagSource cancelled;
     cancelled.cancelled = true;
-    ProbeTransform const before({KeyPath(L"a")}, KeyPath(L"b"));
+    ProbeTransform const before(KeyPath(L"a"), KeyPath(L"b"));
     EXPECT_FALSE(Execution::TransformInPlace(before, *store, &cancelled));
     EXPECT_EQ(before.calls, 0);
     EXPECT_EQ(before.inputPathCalls, 0);
 
     FlagSource during;
-    ProbeTransform raising({KeyPath(L"a")}, KeyPath(L"b"));
+    ProbeTransform raising(KeyPath(L"a"), KeyPath(L"b"));
     raising.raise = &during;
     EXPECT_FALSE(Execution::TransformInPlace(raising, *store, &during));
     EXPECT_EQ(raising.calls, 1);
@@ -111,7 +110,7 @@ TEST(TransformInPlace, CancellationLeavesTheStoreUntouched) {
 }
 
 TEST(Transform, TheRangeFormIsRefusedUnlessOverridden) {
-    ProbeTransform const probe({KeyPath(L"a")}, KeyPath(L"b"));
+    ProbeTransform const probe(KeyPath(L"a"), KeyPath(L"b"));
     EXPECT_FALSE(probe.CanTransformOverRange());
     auto store = StoreWithA();
     TypedRawData<unsigned int> data(StoreTypeInfo::Array, StoreTypeInfo::Int32, StoreTypeInfo::Empty, 1);
