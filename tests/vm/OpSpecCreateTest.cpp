@@ -1,4 +1,4 @@
-// The Create functions that do more than fill the spec's fields in order: the ones that add
+// The Create functions that do more than fill the TransformSpec's fields in order: the ones that add
 // inputs, split them between roles, or turn arguments into a function or a value, read back
 // through their views.
 

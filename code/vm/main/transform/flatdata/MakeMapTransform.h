@@ -10,7 +10,7 @@
 
 namespace zel::vm {
 
-// The transform of a Map: the function of the spec's name for the element type of the input
+// The transform of a Map: the function of the TransformSpec's name for the element type of the input
 // column, bound from the unary registry, in the instance that the input's element type and the
 // function's output type select. A pair that Map does not serve is a
 // ZelRuntimeException(UnsupportedTypes, "unsupported types in Map").

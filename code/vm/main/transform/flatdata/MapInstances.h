@@ -130,7 +130,7 @@ constexpr MapOutputClass MapOutputClassOf(core::StoreType type) noexcept {
     return MapOutputClass::None;
 }
 
-// What the maker of one instance needs, read from the spec and the lookups once.
+// What the maker of one instance needs, read from the TransformSpec and the lookups once.
 struct MapTransformParts {
     core::KeyPath inputPath;
     core::KeyPath outputPath;

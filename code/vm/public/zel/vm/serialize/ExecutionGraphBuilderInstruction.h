@@ -21,7 +21,7 @@ public:
     virtual void Apply(IExecutionGraphBuilder& builder, core::IFunctionLookup const& functions,
                        core::ITypeLookup const& types, VMOptions const& options) = 0;
 
-    // Makes the spec's transform (MakeTransform) and adds it as node `nodeId`.
+    // Makes the TransformSpec's transform (MakeTransform) and adds it as node `nodeId`.
     static std::unique_ptr<ExecutionGraphBuilderInstruction> AddNode(unsigned int nodeId,
                                                                      core::TransformSpec const& spec);
     static std::unique_ptr<ExecutionGraphBuilderInstruction> AddEdge(std::vector<unsigned int> const& sources,

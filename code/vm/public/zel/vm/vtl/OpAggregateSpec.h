@@ -19,7 +19,7 @@ class OpAggregateSpec {
 public:
     // Checks: one input (222), one output (219), an initial value (250), a function (243).
     explicit OpAggregateSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpAggregateSpec(core::TransformSpec&&) = delete;
 
     core::KeyPath const& GetInput() const { return m_spec.GetInputs()[0]; }

@@ -14,7 +14,7 @@ class OpBlockSpec {
 public:
     // Checks: children (246), no function (244), a value (253) that is a String (253).
     explicit OpBlockSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpBlockSpec(core::TransformSpec&&) = delete;
 
     TStringCore GetBlockName() const;

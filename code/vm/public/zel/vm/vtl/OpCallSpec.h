@@ -14,7 +14,7 @@ class OpCallSpec {
 public:
     // Checks: no function (244), a value (253) that is a String (253).
     explicit OpCallSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpCallSpec(core::TransformSpec&&) = delete;
 
     TStringCore GetBlockName() const;

@@ -14,7 +14,7 @@ public:
     // Checks: at least two children (233); each child but the last a When (234) with a condition
     // (243); the last an Else (235) without a function (244); then no function on the case (244).
     explicit OpCaseSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpCaseSpec(core::TransformSpec&&) = delete;
 
     std::vector<core::KeyPath> const& GetCapturedKeys() const { return m_spec.GetInputs(); }

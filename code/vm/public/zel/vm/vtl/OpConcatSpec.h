@@ -12,7 +12,7 @@ class OpConcatSpec {
 public:
     // Checks: at least two inputs (225), one output (219).
     explicit OpConcatSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpConcatSpec(core::TransformSpec&&) = delete;
 
     std::vector<core::KeyPath> const& GetInputs() const { return m_spec.GetInputs(); }

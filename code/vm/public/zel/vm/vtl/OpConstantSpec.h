@@ -14,7 +14,7 @@ class OpConstantSpec {
 public:
     // Checks: one input with a constant, two without (255); one output (219).
     explicit OpConstantSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpConstantSpec(core::TransformSpec&&) = delete;
 
     core::KeyPath const& GetInputArray() const { return m_spec.GetInputs()[0]; }

@@ -10,7 +10,7 @@ class OpCreateKeySetSpec {
 public:
     // Checks: two inputs (224), one output (219), no value (260), no function (244).
     explicit OpCreateKeySetSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpCreateKeySetSpec(core::TransformSpec&&) = delete;
 
     core::KeyPath const& GetInputKey() const { return m_spec.GetInputs()[0]; }

@@ -12,7 +12,7 @@ class OpCreateTableSpec {
 public:
     // Checks: at least one input (220), one output (219).
     explicit OpCreateTableSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpCreateTableSpec(core::TransformSpec&&) = delete;
 
     std::vector<core::KeyPath> const& GetInputs() const { return m_spec.GetInputs(); }

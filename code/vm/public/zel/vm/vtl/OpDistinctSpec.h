@@ -10,7 +10,7 @@ class OpDistinctSpec {
 public:
     // Checks: one input (222), one output (219), a value (252) that is a Bool (252).
     explicit OpDistinctSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpDistinctSpec(core::TransformSpec&&) = delete;
 
     core::KeyPath const& GetInput() const { return m_spec.GetInputs()[0]; }

@@ -11,7 +11,7 @@ class OpElseSpec {
 public:
     // Checks: no inputs (217), no outputs (218), no function (244).
     explicit OpElseSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpElseSpec(core::TransformSpec&&) = delete;
 
     std::vector<core::TransformSpec> const& GetChildTransforms() const { return m_spec.GetChildTransforms(); }

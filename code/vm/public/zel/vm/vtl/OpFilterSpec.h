@@ -18,7 +18,7 @@ public:
     // Checks: at least one input (223), one output (219), a value (251) that is a Bool (251), a
     // function (243).
     explicit OpFilterSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpFilterSpec(core::TransformSpec&&) = delete;
 
     core::KeyPath const& GetInput() const { return m_spec.GetInputs()[0]; }

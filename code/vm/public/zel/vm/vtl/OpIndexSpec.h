@@ -10,7 +10,7 @@ class OpIndexSpec {
 public:
     // Checks: one input (222), one output (219), a value (254) that is an Int32 (254).
     explicit OpIndexSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpIndexSpec(core::TransformSpec&&) = delete;
 
     core::KeyPath const& GetInput() const { return m_spec.GetInputs()[0]; }

@@ -15,7 +15,7 @@ class OpInnerJoinSpec {
 public:
     // Checks: at least four inputs (226), one output (219).
     explicit OpInnerJoinSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpInnerJoinSpec(core::TransformSpec&&) = delete;
 
     // The (left, right) column pairs, without the two tables behind them.

@@ -12,7 +12,7 @@ class OpInternalCreateKeyMapSpec {
 public:
     // Checks: one output (219).
     explicit OpInternalCreateKeyMapSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpInternalCreateKeyMapSpec(core::TransformSpec&&) = delete;
 
     std::vector<core::KeyPath> const& GetInputs() const { return m_spec.GetInputs(); }

@@ -16,7 +16,7 @@ class OpMapSpec {
 public:
     // Checks: one input (222), one output (219), a function (243).
     explicit OpMapSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpMapSpec(core::TransformSpec&&) = delete;
 
     core::KeyPath const& GetInput() const { return m_spec.GetInputs()[0]; }

@@ -18,7 +18,7 @@ public:
     // sort function (243, 213); as many orders as columns to sort with makeTable, else one (226);
     // every order "ASC" or "DESC" (214).
     explicit OpMultiSortSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpMultiSortSpec(core::TransformSpec&&) = delete;
 
     std::vector<core::KeyPath> const& GetAllInputs() const { return m_spec.GetInputs(); }

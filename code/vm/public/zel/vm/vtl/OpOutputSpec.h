@@ -12,7 +12,7 @@ class OpOutputSpec {
 public:
     // Checks: a function (243).
     explicit OpOutputSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpOutputSpec(core::TransformSpec&&) = delete;
 
     std::shared_ptr<core::FunctionSpec> const& GetFunctionSpec() const { return m_spec.GetFunctionSpec(); }

@@ -17,7 +17,7 @@ public:
     // Checks: at least one input (223), partition keys contiguous behind the table (229), one output
     // (219), no function (244).
     explicit OpPartitionSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpPartitionSpec(core::TransformSpec&&) = delete;
 
     core::KeyPath const& GetInputTable() const { return m_spec.GetInputs()[0]; }

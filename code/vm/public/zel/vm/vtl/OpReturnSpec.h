@@ -12,7 +12,7 @@ class OpReturnSpec {
 public:
     // Checks: at least one input (222), one output (219).
     explicit OpReturnSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpReturnSpec(core::TransformSpec&&) = delete;
 
     std::vector<core::KeyPath> const& GetInputs() const { return m_spec.GetInputs(); }

@@ -17,7 +17,7 @@ class OpSetValueMultiSpec {
 public:
     // Checks: one output (219), a function (243).
     explicit OpSetValueMultiSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpSetValueMultiSpec(core::TransformSpec&&) = delete;
 
     std::shared_ptr<core::FunctionSpec> const& GetFunctionSpec() const { return m_spec.GetFunctionSpec(); }

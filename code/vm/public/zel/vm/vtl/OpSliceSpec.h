@@ -13,7 +13,7 @@ class OpSliceSpec {
 public:
     // Checks: one input (222), one output (219), a function (243).
     explicit OpSliceSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpSliceSpec(core::TransformSpec&&) = delete;
 
     core::KeyPath const& GetInput() const { return m_spec.GetInputs()[0]; }

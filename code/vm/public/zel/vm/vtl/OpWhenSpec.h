@@ -14,7 +14,7 @@ class OpWhenSpec {
 public:
     // Checks: no inputs (217), no outputs (218), a condition (243).
     explicit OpWhenSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpWhenSpec(core::TransformSpec&&) = delete;
 
     std::shared_ptr<core::FunctionSpec> const& GetFunctionSpec() const { return m_spec.GetFunctionSpec(); }

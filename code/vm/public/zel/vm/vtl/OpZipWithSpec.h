@@ -16,7 +16,7 @@ class OpZipWithSpec {
 public:
     // Checks: two inputs (224), one output (219), a function (243).
     explicit OpZipWithSpec(core::TransformSpec const& spec);
-    // A view keeps a reference to its spec, so the spec must outlive it: no temporaries.
+    // A view keeps a reference to its TransformSpec, which must outlive it: no temporaries.
     OpZipWithSpec(core::TransformSpec&&) = delete;
 
     core::KeyPath const& GetInput1() const { return m_spec.GetInputs()[0]; }
