@@ -46,7 +46,8 @@ Program Chain() {
     for (unsigned int i = 0; i < c_nodes; ++i) {
         KeyPath const from = i == 0 ? input : Name(i - 1);
         p.specs.push_back(vm::OpCopySpec::Create(from, Name(i)));
-        p.edges.push_back({false, i == 0 ? std::vector<unsigned int>{} : std::vector<unsigned int>{i - 1}, {i}, from});
+        p.edges.push_back(
+            {false, i == 0 ? std::vector<unsigned int>{} : std::vector<unsigned int>{i - 1}, {i}, from});
     }
     p.edges.push_back({true, {c_nodes - 1}, {}, Name(c_nodes - 1)});
     return p;
@@ -69,20 +70,21 @@ Program FanOut() {
 struct Fixture {
     std::unique_ptr<core::IFunctionLookup> functions = core::MakeBuiltinFunctionLookup();
     core::KeyPathTypeLookup types;
-    std::shared_ptr<core::IDataStore> store = core::StoreValueParser::MakeDataStore(std::string_view(R"({"a": [1, 2, 3]})"));
+    std::shared_ptr<core::IDataStore> store =
+        core::StoreValueParser::MakeDataStore(std::string_view(R"({"a": [1, 2, 3]})"));
 
     std::unique_ptr<vm::VM> Make(Program const& program) const {
         auto builder = vm::SerialExecutionGraphBuilder::Make();
-        auto graph = vm::MakeExecutionGraph(program.specs, program.edges, *store, {}, *builder, *functions, types,
-                                            vm::VMOptions());
+        auto graph = vm::MakeExecutionGraph(program.specs, program.edges, *store, {}, *builder, *functions,
+                                            types, vm::VMOptions());
         return vm::VMFactory::Make(std::move(graph), *store);
     }
 };
 
 void PerNode(benchmark::State& state) {
-    state.counters["per_node"] = benchmark::Counter(static_cast<double>(c_nodes),
-                                                    benchmark::Counter::kIsIterationInvariantRate |
-                                                        benchmark::Counter::kInvert);
+    state.counters["per_node"] =
+        benchmark::Counter(static_cast<double>(c_nodes),
+                           benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 void BM_Machine_Build(benchmark::State& state, Program (*shape)()) {

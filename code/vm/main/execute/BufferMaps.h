@@ -21,8 +21,8 @@ struct ExternalInput {
     boost::unordered::unordered_set<unsigned int> readers;  // the ids of the nodes that read it
 };
 
-using ExternalInputMap = boost::unordered::unordered_map<core::KeyPath, ExternalInput,
-                                                         core::KeyPath::KeyPathTypeAgnosticHash,
-                                                         core::KeyPath::KeyPathTypeAgnosticEqualTo>;
+using ExternalInputMap =
+    boost::unordered::unordered_map<core::KeyPath, ExternalInput, core::KeyPath::KeyPathTypeAgnosticHash,
+                                    core::KeyPath::KeyPathTypeAgnosticEqualTo>;
 
 }  // namespace zel::vm

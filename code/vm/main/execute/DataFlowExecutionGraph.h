@@ -34,8 +34,9 @@ public:
 protected:
     enum class NodeRunResult { Ran = 1, Stopped = 2 };
 
-    DataFlowExecutionGraph(NodeMap&& nodes, SuccessorSets&& edges, std::unique_ptr<ExternalInputMap> externalInputs,
-                           BufferMap const& bufferMap, core::OutputKeySet const& outputKeys);
+    DataFlowExecutionGraph(NodeMap&& nodes, SuccessorSets&& edges,
+                           std::unique_ptr<ExternalInputMap> externalInputs, BufferMap const& bufferMap,
+                           core::OutputKeySet const& outputKeys);
 
     virtual void EnqueueNode(unsigned int id) = 0;
     virtual unsigned int DequeueNode() = 0;

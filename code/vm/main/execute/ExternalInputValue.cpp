@@ -19,7 +19,8 @@ TStringCore TypeText(core::StoreType main, core::StoreType child) {
 
 }  // namespace
 
-std::shared_ptr<core::StoreValue> ReadExternalInput(core::IDataStore const& store, core::KeyPath const& storePath,
+std::shared_ptr<core::StoreValue> ReadExternalInput(core::IDataStore const& store,
+                                                    core::KeyPath const& storePath,
                                                     core::KeyPath const& edgeKey) {
     std::shared_ptr<core::StoreValue> value = store.GetValue(storePath);
     if (edgeKey.IsEmpty() || !edgeKey.GetLeafSegmentType().HasType() || value == nullptr) {
@@ -33,8 +34,9 @@ std::shared_ptr<core::StoreValue> ReadExternalInput(core::IDataStore const& stor
     bool const childMatches = declaredChild == core::StoreType::Empty || declaredChild == heldChild;
     if (declared != held || !childMatches) {
         ZEL_FAIL_WITH_TEXT(core::ZelError::InputTypeMismatch,
-                           L"the input " + edgeKey.ToString() + L" is declared " + TypeText(declared, declaredChild) +
-                               L" but the store holds " + TypeText(held, heldChild));
+                           L"the input " + edgeKey.ToString() + L" is declared " +
+                               TypeText(declared, declaredChild) + L" but the store holds " +
+                               TypeText(held, heldChild));
     }
     return value;
 }

@@ -10,7 +10,8 @@ namespace zel::vm {
 // type for the edge (the leaf type of `edgeKey`), the value must have that type: otherwise the
 // transforms chosen for the declared type would meet storage they cannot read. A mismatch is
 // InputTypeMismatch, naming the input and both types.
-std::shared_ptr<core::StoreValue> ReadExternalInput(core::IDataStore const& store, core::KeyPath const& storePath,
+std::shared_ptr<core::StoreValue> ReadExternalInput(core::IDataStore const& store,
+                                                    core::KeyPath const& storePath,
                                                     core::KeyPath const& edgeKey);
 
 }  // namespace zel::vm

@@ -20,9 +20,9 @@ public:
                                                           std::vector<unsigned int> const& sources,
                                                           std::vector<unsigned int> const& sinks);
     // A buffer that empties itself after one read per sink.
-    std::shared_ptr<StoreValueTransformBuffer> MakeSelfResettingBuffer(core::KeyPath const& key,
-                                                                       std::vector<unsigned int> const& sources,
-                                                                       std::vector<unsigned int> const& sinks);
+    std::shared_ptr<StoreValueTransformBuffer> MakeSelfResettingBuffer(
+        core::KeyPath const& key, std::vector<unsigned int> const& sources,
+        std::vector<unsigned int> const& sinks);
     // Adds the buffers of the store members that no edge named, writes the store's values into the
     // external inputs' buffers, and hands the external inputs over.
     std::unique_ptr<ExternalInputMap> BindStoreValues(core::IDataStore const& store);

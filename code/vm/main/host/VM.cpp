@@ -49,7 +49,9 @@ public:
         return m_graphStatus;
     }
 
-    std::unique_ptr<DataStoreUpdater> MakeDataStoreUpdater() override { return std::make_unique<DataStoreUpdater>(); }
+    std::unique_ptr<DataStoreUpdater> MakeDataStoreUpdater() override {
+        return std::make_unique<DataStoreUpdater>();
+    }
 
     void ApplyUpdater(std::unique_ptr<DataStoreUpdater> updater) override {
         ChangedKeySet const changed = updater->PushChanges(*m_dataStore);

@@ -27,15 +27,15 @@ std::unique_ptr<VM> BuildVM(ParsedProgram const& program, core::IDataStore const
                             core::IFunctionLookup const& functions, VMOptions const& options) {
     auto builder = SerialExecutionGraphBuilder::Make();
     core::KeyPathTypeLookup const types;
-    auto graph = MakeExecutionGraph(program.specs, program.edges, store, program.outputKeys, *builder, functions,
-                                    types, options);
+    auto graph = MakeExecutionGraph(program.specs, program.edges, store, program.outputKeys, *builder,
+                                    functions, types, options);
     return MakeVM(std::move(graph), store);
 }
 
 }  // namespace
 
-std::unique_ptr<VM> Make(TStringCore const& vtl, TStringCore const& storeText, core::IFunctionLookup const& functions,
-                         VMOptions const& options) {
+std::unique_ptr<VM> Make(TStringCore const& vtl, TStringCore const& storeText,
+                         core::IFunctionLookup const& functions, VMOptions const& options) {
     auto const scope = Metrics::OpenScope(L"zel_VM_Make_slowWeb");
     // The program is read before the store, so that a bad program fails before a large store is.
     ParsedProgram const program = ParseProgram(vtl);
@@ -56,9 +56,9 @@ std::unique_ptr<VM> Make(TStringCore const& vtl, std::shared_ptr<core::IDataStor
 }
 
 std::unique_ptr<VM> Make(std::vector<std::shared_ptr<ExecutionGraphBuilderInstruction>> const& instructions,
-                         TStringCore const& storeText, OutputKeySet const& outputKeys, IExecutionGraphBuilder& builder,
-                         core::IFunctionLookup const& functions, core::ITypeLookup const& types,
-                         VMOptions const& options) {
+                         TStringCore const& storeText, OutputKeySet const& outputKeys,
+                         IExecutionGraphBuilder& builder, core::IFunctionLookup const& functions,
+                         core::ITypeLookup const& types, VMOptions const& options) {
     auto const scope = Metrics::OpenScope(L"zel_VM_Make_jsonStore");
     std::shared_ptr<core::IDataStore> const store = core::StoreValueParser::MakeDataStore(storeText);
     auto graph = MakeExecutionGraph(instructions, *store, outputKeys, builder, functions, types, options);

@@ -15,12 +15,10 @@ std::unique_ptr<IExecutionGraph> MakeExecutionGraph(
     return builder.Build(store, outputKeys);
 }
 
-std::unique_ptr<IExecutionGraph> MakeExecutionGraph(std::vector<core::TransformSpec> const& specs,
-                                                    std::vector<core::GraphEdge> const& edges,
-                                                    core::IDataStore const& store, OutputKeySet const& outputKeys,
-                                                    IExecutionGraphBuilder& builder,
-                                                    core::IFunctionLookup const& functions,
-                                                    core::ITypeLookup const& types, VMOptions const& options) {
+std::unique_ptr<IExecutionGraph> MakeExecutionGraph(
+    std::vector<core::TransformSpec> const& specs, std::vector<core::GraphEdge> const& edges,
+    core::IDataStore const& store, OutputKeySet const& outputKeys, IExecutionGraphBuilder& builder,
+    core::IFunctionLookup const& functions, core::ITypeLookup const& types, VMOptions const& options) {
     std::vector<std::shared_ptr<ExecutionGraphBuilderInstruction>> instructions;
     instructions.reserve(specs.size() + edges.size());
     for (unsigned int id = 0; id < specs.size(); ++id) {

@@ -47,7 +47,8 @@ std::unique_ptr<Transform> NotInThisBuild(core::TransformSpec const& spec) {
 
 }  // namespace
 
-std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec, core::IFunctionLookup const& functions,
+std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec,
+                                         core::IFunctionLookup const& functions,
                                          core::ITypeLookup const& types, VMOptions const& options) {
     switch (spec.GetOperatorType()) {
         case OperatorType::ApplyByPartition:

@@ -9,10 +9,11 @@ namespace {
 
 class AddNodeInstruction final : public ExecutionGraphBuilderInstruction {
 public:
-    AddNodeInstruction(core::TransformSpec spec, unsigned int nodeId) : m_spec(std::move(spec)), m_nodeId(nodeId) {}
+    AddNodeInstruction(core::TransformSpec spec, unsigned int nodeId)
+        : m_spec(std::move(spec)), m_nodeId(nodeId) {}
 
-    void Apply(IExecutionGraphBuilder& builder, core::IFunctionLookup const& functions, core::ITypeLookup const& types,
-               VMOptions const& options) override {
+    void Apply(IExecutionGraphBuilder& builder, core::IFunctionLookup const& functions,
+               core::ITypeLookup const& types, VMOptions const& options) override {
         std::unique_ptr<Transform> transform = MakeTransform(m_spec, functions, types, options);
         ZEL_CHECK_NOT_NULL(transform, core::ZelError::SpecError216);
         builder.AddNode(m_nodeId, std::shared_ptr<Transform>(std::move(transform)));
@@ -27,7 +28,10 @@ class AddEdgeInstruction final : public ExecutionGraphBuilderInstruction {
 public:
     AddEdgeInstruction(bool retainValue, core::KeyPath key, std::vector<unsigned int> sources,
                        std::vector<unsigned int> sinks)
-        : m_retainValue(retainValue), m_key(std::move(key)), m_sources(std::move(sources)), m_sinks(std::move(sinks)) {}
+        : m_retainValue(retainValue),
+          m_key(std::move(key)),
+          m_sources(std::move(sources)),
+          m_sinks(std::move(sinks)) {}
 
     void Apply(IExecutionGraphBuilder& builder, core::IFunctionLookup const&, core::ITypeLookup const&,
                VMOptions const&) override {
@@ -49,8 +53,8 @@ std::unique_ptr<ExecutionGraphBuilderInstruction> ExecutionGraphBuilderInstructi
 }
 
 std::unique_ptr<ExecutionGraphBuilderInstruction> ExecutionGraphBuilderInstruction::AddEdge(
-    std::vector<unsigned int> const& sources, std::vector<unsigned int> const& sinks, core::KeyPath const& key,
-    bool retainValue) {
+    std::vector<unsigned int> const& sources, std::vector<unsigned int> const& sinks,
+    core::KeyPath const& key, bool retainValue) {
     return std::make_unique<AddEdgeInstruction>(retainValue, key, sources, sinks);
 }
 

@@ -9,7 +9,8 @@ public:
     CopyTransformImpl(core::KeyPath input, core::KeyPath output)
         : m_input(std::move(input)), m_output(std::move(output)) {}
 
-    TransformValues DoTransform(TransformValues const& inputs, ICancellationTokenSource const*) const override {
+    TransformValues DoTransform(TransformValues const& inputs,
+                                ICancellationTokenSource const*) const override {
         TransformValues outputs;
         outputs.SetValue(m_output, inputs.GetValue(m_input));
         return outputs;

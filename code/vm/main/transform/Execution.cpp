@@ -14,7 +14,8 @@ TransformValues ReadInputs(Transform const& transform, core::IDataStore const& s
 
 }  // namespace
 
-bool TransformInPlace(Transform const& transform, core::IDataStore& store, ICancellationTokenSource const* cancel) {
+bool TransformInPlace(Transform const& transform, core::IDataStore& store,
+                      ICancellationTokenSource const* cancel) {
     if (IsCancelled(cancel)) {
         return false;
     }
@@ -34,7 +35,8 @@ bool TransformOverRangeInPlace(Transform const& transform, core::IDataStore cons
     if (IsCancelled(cancel)) {
         return false;
     }
-    transform.DoTransformOverRange(ReadInputs(transform, store), rangeStartIndex, rangeLength, output, cancel);
+    transform.DoTransformOverRange(ReadInputs(transform, store), rangeStartIndex, rangeLength, output,
+                                   cancel);
     return true;
 }
 

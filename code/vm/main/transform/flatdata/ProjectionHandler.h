@@ -59,9 +59,9 @@ public:
     std::unique_ptr<RawData> MakeRawData(core::StoreType kind, unsigned int count) const override {
         // Every row's element is written by a block or row call, and every special byte by the
         // special calls, the only ones that can raise the flag: so the rows need no fill up front.
-        return std::make_unique<TypedRawData<OutStorage>>(core::StoreTypeInfo(kind, false),
-                                                          m_outputType.GetMainType(), m_outputType.GetChildType(),
-                                                          count, RawDataRows::WrittenByTheWork);
+        return std::make_unique<TypedRawData<OutStorage>>(
+            core::StoreTypeInfo(kind, false), m_outputType.GetMainType(), m_outputType.GetChildType(), count,
+            RawDataRows::WrittenByTheWork);
     }
 
     void BeginTransform(TransformValues const& inputs, bool useSpecial) override {

@@ -9,6 +9,7 @@
 namespace zel::vm {
 
 // The plain input paths that an update wrote, compared with their segment types.
-using ChangedKeySet = boost::unordered_set<core::KeyPath, std::hash<core::KeyPath>, std::equal_to<core::KeyPath>>;
+using ChangedKeySet =
+    boost::unordered_set<core::KeyPath, std::hash<core::KeyPath>, std::equal_to<core::KeyPath>>;
 
 }  // namespace zel::vm

@@ -24,8 +24,8 @@ public:
     ChangedKeySet PushChanges(core::IDataStore& store);
 
 private:
-    boost::unordered::unordered_map<core::KeyPath, std::shared_ptr<core::StoreValue>, std::hash<core::KeyPath>,
-                                    std::equal_to<core::KeyPath>>
+    boost::unordered::unordered_map<core::KeyPath, std::shared_ptr<core::StoreValue>,
+                                    std::hash<core::KeyPath>, std::equal_to<core::KeyPath>>
         m_changes;
 };
 

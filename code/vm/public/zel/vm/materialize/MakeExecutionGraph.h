@@ -14,11 +14,9 @@ std::unique_ptr<IExecutionGraph> MakeExecutionGraph(
     core::IFunctionLookup const& functions, core::ITypeLookup const& types, VMOptions const& options);
 
 // The same from specs and edges: spec i becomes node i, then every edge is added in order.
-std::unique_ptr<IExecutionGraph> MakeExecutionGraph(std::vector<core::TransformSpec> const& specs,
-                                                    std::vector<core::GraphEdge> const& edges,
-                                                    core::IDataStore const& store, OutputKeySet const& outputKeys,
-                                                    IExecutionGraphBuilder& builder,
-                                                    core::IFunctionLookup const& functions,
-                                                    core::ITypeLookup const& types, VMOptions const& options);
+std::unique_ptr<IExecutionGraph> MakeExecutionGraph(
+    std::vector<core::TransformSpec> const& specs, std::vector<core::GraphEdge> const& edges,
+    core::IDataStore const& store, OutputKeySet const& outputKeys, IExecutionGraphBuilder& builder,
+    core::IFunctionLookup const& functions, core::ITypeLookup const& types, VMOptions const& options);
 
 }  // namespace zel::vm

@@ -12,7 +12,8 @@ namespace zel::vm {
 
 // The transform of one TransformSpec: its operator's view checks it, and the operator's maker picks
 // the instance from the types that `types` reports. Keeps none of its arguments.
-std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec, core::IFunctionLookup const& functions,
+std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec,
+                                         core::IFunctionLookup const& functions,
                                          core::ITypeLookup const& types, VMOptions const& options);
 
 }  // namespace zel::vm

@@ -26,7 +26,8 @@ public:
                                                                      core::TransformSpec const& spec);
     static std::unique_ptr<ExecutionGraphBuilderInstruction> AddEdge(std::vector<unsigned int> const& sources,
                                                                      std::vector<unsigned int> const& sinks,
-                                                                     core::KeyPath const& key, bool retainValue);
+                                                                     core::KeyPath const& key,
+                                                                     bool retainValue);
 };
 
 }  // namespace zel::vm
