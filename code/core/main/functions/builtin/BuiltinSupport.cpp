@@ -103,7 +103,12 @@ RIndirectString Trim(RIndirectString const& text) {
     return RIndirectString(TStringCore(trimmed));
 }
 
-std::optional<long long> ParseInteger(std::wstring_view text) noexcept {
+namespace {
+
+// A number written in full in `text`: surrounding white space and a leading '+' allowed, nothing
+// else around it.
+template <class Number>
+std::optional<Number> ParseNumber(std::wstring_view text) noexcept {
     auto const ascii = AsciiOf(TrimView(text));
     if (!ascii || ascii->empty()) {
         return std::nullopt;
@@ -113,7 +118,7 @@ std::optional<long long> ParseInteger(std::wstring_view text) noexcept {
     if (*begin == '+') {
         ++begin;
     }
-    long long value = 0;
+    Number value = 0;
     auto const result = std::from_chars(begin, end, value);
     if (result.ec != std::errc() || result.ptr != end) {
         return std::nullopt;
@@ -121,22 +126,14 @@ std::optional<long long> ParseInteger(std::wstring_view text) noexcept {
     return value;
 }
 
+}  // namespace
+
+std::optional<long long> ParseInteger(std::wstring_view text) noexcept {
+    return ParseNumber<long long>(text);
+}
+
 std::optional<double> ParseDouble(std::wstring_view text) noexcept {
-    auto const ascii = AsciiOf(TrimView(text));
-    if (!ascii || ascii->empty()) {
-        return std::nullopt;
-    }
-    char const* begin = ascii->data();
-    char const* const end = begin + ascii->size();
-    if (*begin == '+') {
-        ++begin;
-    }
-    double value = 0;
-    auto const result = std::from_chars(begin, end, value);
-    if (result.ec != std::errc() || result.ptr != end) {
-        return std::nullopt;
-    }
-    return value;
+    return ParseNumber<double>(text);
 }
 
 std::optional<bool> ParseBool(std::wstring_view text) noexcept {
