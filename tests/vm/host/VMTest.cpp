@@ -4,6 +4,7 @@
 
 #include "core/StoreValueTestSupport.h"
 #include "support/FlagCancellationSource.h"
+#include "support/LogCapture.h"
 #include "zel/core/functions/BuiltinFunctions.h"
 #include "zel/core/io/BinaryProtocolReader.h"
 #include "zel/core/io/BinaryProtocolWriter.h"
@@ -69,24 +70,29 @@ TEST_F(VMTest, RunsAProgramAndKeepsTheInputsItDidNotShadow) {
     EXPECT_EQ(RunToEnd(*empty), Json(R"({"a": [1, 2], "k": {"x": true}})"));
 }
 
-// An output beneath an input value replaces that part of it, and a new member joins it; output
-// keys select from the result.
-TEST_F(VMTest, OutputsBeneathAnInputAreLaidOverIt) {
+// The result holds each top-level input whole: an output beneath an input value is not in it, and
+// the machine warns of the statement. Output keys select parts of what is there; a wanted member
+// that a value lacks is an error.
+TEST_F(VMTest, AnOutputBeneathAnInputIsNotInTheResult) {
     constexpr std::string_view program = R"(
 input ~init.sales : keymap, ~init.sales.south : array<double>
 sales.north : array<double> = Copy(~init.sales.south)
-sales.east : array<double> = Copy(~init.sales.south)
+north : array<double> = Copy(sales.north)
 )";
     constexpr std::string_view store = R"({"sales": {"north": [1.0, 2.5], "south": [3.0]}, "keep": 1})";
     auto const run = [&](std::string_view outputs) {
         return RunToEnd(*Make(std::string(program) + std::string(outputs), store));
     };
-    EXPECT_EQ(run(""), Json(R"({"keep": 1, "sales": {"east": [3.0], "north": [3.0], "south": [3.0]}})"));
-    EXPECT_EQ(run("output sales.north, sales.east"), Json(R"({"sales": {"east": [3.0], "north": [3.0]}})"));
+    test::LogCapture log;
+    EXPECT_EQ(run(""), Json(R"({"keep": 1, "north": [3.0], "sales": {"north": [1.0, 2.5], "south": [3.0]}})"));
+    EXPECT_EQ(log.Count("warning", "sales.north beneath the input sales"), 1u) << log.Text();
+    EXPECT_EQ(run("output sales.north, north"), Json(R"({"north": [3.0], "sales": {"north": [1.0, 2.5]}})"));
     // An output key may name an input with its prefix; the result knows it by its plain name.
     EXPECT_EQ(run("output ~init.keep, ~init.sales.south"), Json(R"({"keep": 1, "sales": {"south": [3.0]}})"));
-    // A key above what statements write asks for all of it.
-    EXPECT_EQ(run("output sales"), Json(R"({"sales": {"east": [3.0], "north": [3.0], "south": [3.0]}})"));
+    // A wanted member that the value lacks is refused when the result is made.
+    auto vm = Make(std::string(program) + "output ~init.sales.nope", store);
+    EXPECT_EQ(vm->Execute(), TransformStatus::Complete);
+    test::ExpectRuntimeError([&] { vm->MaterializeDataStore(); }, ZelError::KeyNotFound, "nope");
 }
 
 TEST_F(VMTest, NoResultBeforeACompleteRun) {
@@ -175,11 +181,46 @@ TEST_F(VMTest, BadProgramsAndStoresFailInMake) {
 TEST_F(VMTest, InputsMustHoldTheirDeclaredTypes) {
     test::ExpectRuntimeError([&] { Make(c_chain, R"({"a": "text"})"); }, ZelError::InputTypeMismatch,
                              "the input ~init.a is declared int32 but the store holds string");
-    auto vm = Make(c_chain, R"({"a": 1})");
+    auto vm = Make(c_chain, R"({"a": 1, "k": {"x": 1}})");
+    std::string const first = RunToEnd(*vm);
+    // A refused update changes nothing: not the result, not the status, not the working store,
+    // even when another change of the same updater was good.
     auto updater = vm->MakeDataStoreUpdater();
-    updater->Set(KeyPath(L"a"), core::factory::MakeInt64(2));
+    updater->Set(KeyPath(L"a"), core::factory::MakeInt64(2))
+        .Set(KeyPath::FromTexts({L"k", L"x"}), Int32Array({5}));
     test::ExpectRuntimeError([&] { vm->ApplyUpdater(std::move(updater)); }, ZelError::InputTypeMismatch,
                              "declared int32 but the store holds int64");
+    EXPECT_EQ(Json(*vm->MaterializeDataStore()), first);
+    EXPECT_EQ(RunToEnd(*vm), first);
+    // An empty update feeds every input again from the working store, which still holds a = 1.
+    vm->ApplyUpdater(vm->MakeDataStoreUpdater());
+    EXPECT_EQ(RunToEnd(*vm), first);
+}
+
+// Null arguments at the entry points are refused with a check, not a crash.
+TEST_F(VMTest, NullArgumentsAreRefused) {
+    auto vm = Make(c_chain, R"({"a": 1})");
+    ExpectCheckFailure([&] { vm->ApplyUpdater(nullptr); }, ZelError::InvalidArgument,
+                       "(updater) != nullptr");
+    EXPECT_EQ(RunToEnd(*vm), Json(R"({"a": 1, "b": 1, "c": 1})"));
+
+    auto store = core::StoreValueParser::MakeDataStore(std::string_view("{}"));
+    ExpectCheckFailure([&] { VMFactory::Make(std::unique_ptr<IExecutionGraph>(), *store); },
+                       ZelError::InvalidArgument, "(graph) != nullptr");
+    ExpectCheckFailure(
+        [&] {
+            VMFactory::Make(TStringCore(L""), std::shared_ptr<core::IDataStore>(), *m_functions);
+        },
+        ZelError::InvalidArgument, "(store) != nullptr");
+    core::KeyPathTypeLookup const types;
+    auto builder = SerialExecutionGraphBuilder::Make();
+    ExpectCheckFailure(
+        [&] {
+            MakeExecutionGraph({nullptr}, *store, {}, *builder, *m_functions, types, VMOptions());
+        },
+        ZelError::InvalidArgument, "(instruction) != nullptr");
+    ExpectCheckFailure([&] { builder->AddNode(0, nullptr); }, ZelError::InvalidArgument,
+                       "(m_transform) != nullptr");
 }
 
 // The instruction overloads, with the caller's builder and type lookup, over JSON and binary, and

@@ -77,6 +77,13 @@ void DataFlowExecutionGraph::UpdateInputs(ChangedKeySet const& /*changedKeys*/, 
     EnqueueReadyNodes();
 }
 
+void DataFlowExecutionGraph::CheckInputs(core::IDataStore const& store) const {
+    // The same reads as UpdateInputs, with nothing written.
+    for (auto const& entry : *m_externalInputs) {
+        ReadExternalInput(store, entry.first, entry.first);
+    }
+}
+
 std::uint64_t DataFlowExecutionGraph::GetRemainingNodeCount() const {
     return GetNodeCount() - GetCompletedNodeCount();
 }

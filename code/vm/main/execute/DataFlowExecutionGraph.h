@@ -30,6 +30,7 @@ public:
     std::uint64_t GetNodeCount() const override;
     std::unique_ptr<core::IDataStore> MaterializeDataStore() const override;
     std::unique_ptr<core::MemoryUsage> GetMemoryUsage() const override;
+    void CheckInputs(core::IDataStore const& store) const override;
 
 protected:
     enum class NodeRunResult { Ran = 1, Stopped = 2 };

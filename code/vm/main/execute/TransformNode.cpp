@@ -7,7 +7,9 @@
 
 namespace zel::vm {
 
-TransformNode::TransformNode(std::shared_ptr<Transform> transform) : m_transform(std::move(transform)) {}
+TransformNode::TransformNode(std::shared_ptr<Transform> transform) : m_transform(std::move(transform)) {
+    ZEL_CHECK_NOT_NULL(m_transform, core::ZelError::InvalidArgument);
+}
 
 void TransformNode::AddInput(core::KeyPath const& path, std::shared_ptr<ITransformInputBuffer> buffer) {
     m_inputPaths.push_back(path);

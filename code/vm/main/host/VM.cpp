@@ -54,7 +54,14 @@ public:
     }
 
     void ApplyUpdater(std::unique_ptr<DataStoreUpdater> updater) override {
-        ChangedKeySet const changed = updater->PushChanges(*m_dataStore);
+        ZEL_CHECK_NOT_NULL(updater, core::ZelError::InvalidArgument);
+        // All or nothing: the changes go into a copy of the working store (it shares every value),
+        // and the graph checks its inputs against the copy before a buffer is cleared. A refused
+        // change leaves the working store, the buffers and the status as they were.
+        std::shared_ptr<core::IDataStore> staged = m_dataStore->Clone();
+        ChangedKeySet const changed = updater->PushChanges(*staged);
+        m_graph->CheckInputs(*staged);
+        m_dataStore = std::move(staged);
         if (m_graphStatus != TransformStatus::NotStarted) {
             m_graph->ClearBuffers(changed);
         }
@@ -82,6 +89,7 @@ private:
 }  // namespace
 
 std::unique_ptr<VM> MakeVM(std::unique_ptr<IExecutionGraph> graph, core::IDataStore const& store) {
+    ZEL_CHECK_NOT_NULL(graph, core::ZelError::InvalidArgument);
     // The VM works on a clone, so that updates never reach the caller's store.
     std::unique_ptr<core::IDataStore> const clone = store.Clone();
     return std::make_unique<VMImpl>(*clone, std::move(graph));

@@ -1,6 +1,8 @@
 #include "zel/vm/materialize/MakeExecutionGraph.h"
 
+#include "materialize/OutputsBeneathInputs.h"
 #include "vormetrics/MetricsScope.h"
+#include "zel/core/utility/ZelCheck.h"
 
 namespace zel::vm {
 
@@ -10,6 +12,7 @@ std::unique_ptr<IExecutionGraph> MakeExecutionGraph(
     core::IFunctionLookup const& functions, core::ITypeLookup const& types, VMOptions const& options) {
     auto const scope = Metrics::OpenScope(L"zel_vm_MakeExecutionGraph");
     for (auto const& instruction : instructions) {
+        ZEL_CHECK_NOT_NULL(instruction, core::ZelError::InvalidArgument);
         instruction->Apply(builder, functions, types, options);
     }
     return builder.Build(store, outputKeys);
@@ -19,6 +22,7 @@ std::unique_ptr<IExecutionGraph> MakeExecutionGraph(
     std::vector<core::TransformSpec> const& specs, std::vector<core::GraphEdge> const& edges,
     core::IDataStore const& store, OutputKeySet const& outputKeys, IExecutionGraphBuilder& builder,
     core::IFunctionLookup const& functions, core::ITypeLookup const& types, VMOptions const& options) {
+    WarnOfOutputsBeneathInputs(specs, store);
     std::vector<std::shared_ptr<ExecutionGraphBuilderInstruction>> instructions;
     instructions.reserve(specs.size() + edges.size());
     for (unsigned int id = 0; id < specs.size(); ++id) {

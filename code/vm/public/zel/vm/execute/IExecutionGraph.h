@@ -35,6 +35,11 @@ public:
     virtual std::unique_ptr<core::IDataStore> MaterializeDataStore() const = 0;
     // What the values in the buffers hold.
     virtual std::unique_ptr<core::MemoryUsage> GetMemoryUsage() const = 0;
+    // Fails, as UpdateInputs would, if `store` holds a value that an external input cannot take
+    // (a missing value, or one unlike the input's declared type), and changes nothing. VM::ApplyUpdater
+    // asks this before it clears a buffer, so that a refused update leaves the machine as it was.
+    // A graph that reads its inputs without checks accepts every store.
+    virtual void CheckInputs(core::IDataStore const& store) const { (void)store; }
 
 protected:
     IExecutionGraph() = default;
