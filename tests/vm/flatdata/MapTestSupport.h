@@ -10,6 +10,7 @@
 #include <bit>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,7 +21,9 @@
 #include "zel/core/store/DataStore.h"
 #include "zel/core/store/IStoreKeyMap.h"
 #include "zel/core/store/ITypedArray.h"
+#include "zel/core/store/IStoreTuple.h"
 #include "zel/core/store/StoreValue.h"
+#include "zel/core/store/StoreValueFactory.h"
 #include "zel/vm/host/VMFactory.h"
 
 namespace zel::test::map {
@@ -36,6 +39,46 @@ inline std::atomic<long long> g_probeCalls{0};
 // probe_special(x, s): special-only; a special row becomes -1, a negative value becomes Error,
 //   any other value x * 10.
 // probe_regular(x) = x + 100, regular-only: no special form at all.
+// probe_rest(t): the tuple without its first element (tuple to tuple; no built-in makes tuples of
+//   tuples).
+// probe_sparse(x): a host's own special-only object, not built by the Register templates: every
+//   row is 1.0, and a negative value raises Error; its block call writes a special byte only where
+//   it raises one, as such a function may.
+// probe_positive(x): a host's own regular object whose block call writes x for the positive rows
+//   only, leaving the others at their initial value.
+class SparseSpecialFunction final : public core::IUnarySpecialFunction<double, double> {
+public:
+    std::pair<double, SpecialKind> Call(double x, SpecialKind) override {
+        return {1.0, x < 0 ? SpecialKind::Error : SpecialKind::None};
+    }
+    void CallBlock(std::span<double const> values, std::span<SpecialKind const>, std::span<double> out,
+                   std::span<SpecialKind> outSpecials) override {
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            out[i] = 1.0;
+            if (values[i] < 0) {
+                outSpecials[i] = SpecialKind::Error;
+            }
+        }
+    }
+};
+
+class PositiveOnlyFunction final : public core::IUnaryFunction<double, double> {
+public:
+    double Call(double x) override { return x > 0 ? x : 0.0; }
+    void CallBlock(std::span<double const> values, std::span<double> out) override {
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            if (values[i] > 0) {
+                out[i] = values[i];
+            }
+        }
+    }
+};
+
+template <class Object, class Interface>
+std::unique_ptr<Interface> MakeHostObject(core::CreatorArguments const*) {
+    return std::make_unique<Object>();
+}
+
 inline core::FunctionLookup const& Functions() {
     static std::unique_ptr<core::FunctionLookup> const lookup = [] {
         auto l = std::make_unique<core::FunctionLookup>();
@@ -55,6 +98,15 @@ inline core::FunctionLookup const& Functions() {
             }
             return x < 0 ? std::pair{0.0, SpecialKind::Error} : std::pair{x * 10.0, SpecialKind::None};
         });
+        core::KeySegmentType const tuple{core::StoreTypeInfo(core::StoreType::Tuple, false)};
+        l->RegisterUnary(
+            L"probe_rest",
+            [](Value const& t) {
+                auto const& elements = t->AsTuple().GetElements();
+                std::vector<Value> rest(elements.begin() + (elements.empty() ? 0 : 1), elements.end());
+                return core::factory::MakeTuple(std::move(rest));
+            },
+            core::FunctionTypes{{tuple}, tuple});
         // A plain registration brings a special form along; keep only its regular factory.
         core::FunctionLookup scratch;
         auto const& plain = scratch.RegisterUnary(L"probe_regular", [](double x) { return x + 100.0; });
@@ -63,6 +115,14 @@ inline core::FunctionLookup const& Functions() {
         l->Register(core::RegisteredFunctions::Make(
             core::FunctionKind::Unary, plain.GetKey(), plain.GetOutputType(), false, false,
             reinterpret_cast<Regular>(plain.GetFunction()), Special{nullptr}));
+        l->Register(core::RegisteredFunctions::Make(
+            core::FunctionKind::Unary, core::FunctionKey(L"probe_sparse", plain.GetKey().GetInputTypes()),
+            plain.GetOutputType(), false, false, Regular{nullptr},
+            &MakeHostObject<SparseSpecialFunction, core::IUnarySpecialFunction<double, double>>));
+        l->Register(core::RegisteredFunctions::Make(
+            core::FunctionKind::Unary, core::FunctionKey(L"probe_positive", plain.GetKey().GetInputTypes()),
+            plain.GetOutputType(), false, false,
+            &MakeHostObject<PositiveOnlyFunction, core::IUnaryFunction<double, double>>, Special{nullptr}));
         return l;
     }();
     return *lookup;

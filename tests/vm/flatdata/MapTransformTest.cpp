@@ -99,6 +99,30 @@ TEST_F(MapTest, ASpecialOnlyFunctionSeesEveryRowAndRaisesSpecialsFromAnyBlock) {
     }
 }
 
+// A host's own function object may write only the slots it changes: the rows it leaves start as
+// they should, specials 0 and elements at their initial value, in blocks and row by row.
+TEST_F(MapTest, AHostFunctionThatLeavesSlotsUnwrittenFindsThemAtTheirInitialValue) {
+    for (bool vectorized : {true, false}) {
+        VMOptions options = SmallBlocks(4);
+        options.SetUseVectorizedTransforms(vectorized);
+        std::vector<double> const values = Ramp(100, 10);
+        Value const flagged = RunProgram(MapProgram("probe_sparse()"), {{L"a", Doubles(values)}}, options);
+        std::vector<std::optional<double>> expected;
+        for (double v : values) {
+            expected.push_back(v < 0 ? std::nullopt : std::optional(1.0));
+        }
+        ExpectRows(flagged, expected, SpecialKind::Error);
+
+        Value const positive =
+            RunProgram(MapProgram("probe_positive()"), {{L"a", Doubles(values)}}, options);
+        expected.clear();
+        for (double v : values) {
+            expected.push_back(v > 0 ? v : 0.0);
+        }
+        ExpectRows(positive, expected);
+    }
+}
+
 TEST_F(MapTest, ARegularOnlyFunctionReadsTheStoredValueOfASpecialRow) {
     // Without a special form the specials are not read: a Null row holds 0, and gives f(0).
     Value const result =

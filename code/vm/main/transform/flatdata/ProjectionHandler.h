@@ -57,11 +57,14 @@ public:
     bool CanTransformPartialRange() const override { return true; }
 
     std::unique_ptr<RawData> MakeRawData(core::StoreType kind, unsigned int count) const override {
-        // Every row's element is written by a block or row call, and every special byte by the
-        // special calls, the only ones that can raise the flag: so the rows need no fill up front.
-        return std::make_unique<TypedRawData<OutStorage>>(
-            core::StoreTypeInfo(kind, false), m_outputType.GetMainType(), m_outputType.GetChildType(), count,
-            RawDataRows::WrittenByTheWork);
+        // A function that writes every slot leaves the buffer untouched until its blocks first-touch
+        // their own rows. Any other may leave rows unwritten (a host's special form that writes
+        // only the specials it raises), so its buffer starts as initial elements and specials 0.
+        RawDataRows const rows =
+            m_functions.WritesEverySlot() ? RawDataRows::WrittenByTheWork : RawDataRows::Filled;
+        return std::make_unique<TypedRawData<OutStorage>>(core::StoreTypeInfo(kind, false),
+                                                          m_outputType.GetMainType(),
+                                                          m_outputType.GetChildType(), count, rows);
     }
 
     void BeginTransform(TransformValues const& inputs, bool useSpecial) override {

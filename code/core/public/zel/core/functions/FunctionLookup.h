@@ -187,9 +187,12 @@ RegisteredFunctions MakeEntry(TStringCore const& name, std::vector<KeySegmentTyp
     static_assert(FormF::c_stateful == FormG::c_stateful, "both forms are stateful or neither is");
     CheckRegisteredTypes<FormF, Arity>(name, inputs, output);
     auto const kind = Arity == 1 ? FunctionKind::Unary : FunctionKind::Binary;
-    return RegisteredFunctions::Make(kind, FunctionKey(name, inputs), output, FormF::c_creator,
-                                     FormF::c_stateful, Factories<F, Arity>::RegularFactory(),
-                                     Factories<G, Arity>::SpecialFactory());
+    RegisteredFunctions entry = RegisteredFunctions::Make(
+        kind, FunctionKey(name, inputs), output, FormF::c_creator, FormF::c_stateful,
+        Factories<F, Arity>::RegularFactory(), Factories<G, Arity>::SpecialFactory());
+    // The objects of FunctionTemplates.h assign every output slot of a block in every form.
+    entry.SetWritesEverySlot(true);
+    return entry;
 }
 
 }  // namespace detail

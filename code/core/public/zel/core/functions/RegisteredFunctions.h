@@ -74,6 +74,12 @@ public:
     // Whether the entry serves any list of input types (a multinary function registered so).
     bool AcceptsAnyInputTypes() const noexcept { return m_anyInputTypes; }
     void SetAcceptsAnyInputTypes(bool any) noexcept { m_anyInputTypes = any; }
+    // Whether the function objects write every output slot of a block call (and every special byte
+    // in the special form). The objects that FunctionLookup's Register templates build do; a host's
+    // own objects may write only the rows they change (the specials they raise, say), so a result
+    // buffer for them starts filled: elements at their initial value, specials 0.
+    bool WritesEverySlot() const noexcept { return m_writesEverySlot; }
+    void SetWritesEverySlot(bool writes) noexcept { m_writesEverySlot = writes; }
     std::type_index GetSignature() const noexcept { return m_signature; }
     std::type_index GetSpecialSignature() const noexcept { return m_specialSignature; }
 
@@ -99,6 +105,7 @@ private:
     std::type_index m_signature;
     std::type_index m_specialSignature;
     bool m_anyInputTypes = false;
+    bool m_writesEverySlot = false;
 };
 
 // The entries of one arity. GetFunctions of a key that no entry serves is a ZelRuntimeException

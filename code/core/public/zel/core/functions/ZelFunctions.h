@@ -33,6 +33,7 @@ public:
         : m_name(entry.GetFunctionName()),
           m_isCreator(entry.IsCreator()),
           m_isStateful(entry.IsStateful()),
+          m_writesEverySlot(entry.WritesEverySlot()),
           m_regularFactory(detail::CastFunctionPointer<RegularFactory>(entry, false)),
           m_specialFactory(detail::CastFunctionPointer<SpecialFactory>(entry, true)) {
         ZEL_CHECK(m_regularFactory || m_specialFactory, ZelError::FunctionMissing);
@@ -73,6 +74,9 @@ public:
     // A stateful function's object keeps state between rows: it runs on one thread, and its result
     // for a constant input is not the same for every row.
     bool IsStateful() const noexcept { return m_isStateful; }
+    // Whether the function objects write every output slot of a block (and, in the special form,
+    // every special byte), so that a result buffer needs no fill before the work.
+    bool WritesEverySlot() const noexcept { return m_writesEverySlot; }
     bool HasRegularFactory() const noexcept { return m_regularFactory != nullptr; }
     bool HasSpecialFactory() const noexcept { return m_specialFactory != nullptr; }
 
@@ -150,6 +154,7 @@ private:
     TStringCore m_name;
     bool m_isCreator = false;
     bool m_isStateful = false;
+    bool m_writesEverySlot = false;
     RegularFactory m_regularFactory = nullptr;
     SpecialFactory m_specialFactory = nullptr;
 };
@@ -241,6 +246,7 @@ public:
         : m_name(entry.GetFunctionName()),
           m_isCreator(entry.IsCreator()),
           m_isStateful(entry.IsStateful()),
+          m_writesEverySlot(entry.WritesEverySlot()),
           m_regularFactory(detail::CastFunctionPointer<RegularFactory>(entry, false)),
           m_specialFactory(detail::CastFunctionPointer<SpecialFactory>(entry, true)) {
         ZEL_CHECK(m_regularFactory || m_specialFactory, ZelError::FunctionMissing);
@@ -280,6 +286,9 @@ public:
     // A stateful function's objects keep state between rows; an aggregate's state is its
     // accumulator, which the caller holds, so a fold needs no stateful function.
     bool IsStateful() const noexcept { return m_isStateful; }
+    // Whether the function objects write every output slot of a block (and, in the special form,
+    // every special byte), so that a result buffer needs no fill before the work.
+    bool WritesEverySlot() const noexcept { return m_writesEverySlot; }
     bool HasRegularFactory() const noexcept { return m_regularFactory != nullptr; }
     bool HasSpecialFactory() const noexcept { return m_specialFactory != nullptr; }
 
@@ -349,6 +358,7 @@ private:
     TStringCore m_name;
     bool m_isCreator = false;
     bool m_isStateful = false;
+    bool m_writesEverySlot = false;
     RegularFactory m_regularFactory = nullptr;
     SpecialFactory m_specialFactory = nullptr;
 };
