@@ -90,6 +90,15 @@ TEST(MapRange, WritesTheRangeIntoItsViewAndNothingElse) {
     map->DoTransformOverRange(inputs, 12, 0, all, nullptr);
     ExpectCheckFailure([&] { map->DoTransformOverRange(inputs, 8, 5, all, nullptr); },
                        ZelError::RangeViolation, "(rangeStartIndex + rangeLength <= inputArray.GetCount())");
+    // A range longer than its view is refused before a row is written, on both paths.
+    for (bool vectorized : {true, false}) {
+        vm::VMOptions options = SmallBlocks(4);
+        options.SetUseVectorizedTransforms(vectorized);
+        auto const rowMap = MakeMap(MapProgram("multiply(2.0)"), options);
+        RawDataView three(*untouched, 1, 3);
+        ExpectRuntimeError([&] { rowMap->DoTransformOverRange(inputs, 0, 6, three, nullptr); },
+                           ZelError::RangeViolation, "a range of 6 rows does not fit a view of 3 rows");
+    }
     EXPECT_EQ(ValuesOf(*untouched), std::vector<double>(6, 0.0));
 
     // A constant input fills the whole view, whatever the start and length.

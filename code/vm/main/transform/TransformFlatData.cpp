@@ -1,5 +1,6 @@
 #include "transform/TransformFlatData.h"
 
+#include <string>
 #include <utility>
 
 #include "execute/WorkQueue.h"
@@ -68,6 +69,14 @@ void TransformFlatData<T>::DoTransformOverRange(TransformValues const& inputs, u
         // Every row of a constant column is the same, so the range's position does not matter.
         m_handler->TransformConstantOverRange(inputs, array.GetRowValue(0), array.GetSpecial(0), rawDataView);
         return;
+    }
+    // Checked before anything is written: a range longer than its view would spill into the rows
+    // of whoever owns the rest of the buffer. (A constant column fills the view alone, above.)
+    if (m_handler->WritesRowPerRangeRow() && rangeLength > rawDataView.GetLength()) {
+        ZEL_FAIL_WITH_TEXT(ZelError::RangeViolation,
+                           L"a range of " + TStringCore(std::to_wstring(rangeLength)) +
+                               L" rows does not fit a view of " +
+                               TStringCore(std::to_wstring(rawDataView.GetLength())) + L" rows");
     }
     TransformRange(inputs, array, rawDataView, rangeStartIndex, rangeLength);
     m_handler->EndPartialTransform(rawDataView);

@@ -55,6 +55,10 @@ public:
     virtual bool CanUseConstantShortcut() const = 0;
     // Whether the operator can write a part of a larger buffer (DoTransformOverRange).
     virtual bool CanTransformPartialRange() const = 0;
+    // Whether a partial range writes one row of its view per row of the range, so that the view
+    // must hold the range. An operator that writes one value into every row of its view, however
+    // long the range, answers false.
+    virtual bool WritesRowPerRangeRow() const { return true; }
 
     // The result buffer of `count` rows; `kind` is the StoreType of the input value (Array or Set).
     virtual std::unique_ptr<RawData> MakeRawData(core::StoreType kind, unsigned int count) const = 0;
