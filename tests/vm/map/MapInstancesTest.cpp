@@ -100,7 +100,7 @@ std::vector<InstanceCase> const& Cases() {
         {ST::Tuple, VC::Int64, "length()", "array<int64>", R"({"$type": "array<tuple>", "values": [{"$type": "tuple", "values": [1, "x"]}, {"$type": "tuple", "values": []}, null]})", R"({"$type": "array<int64>", "values": [2, 0, null]})"},
         {ST::Tuple, VC::Float, "get_float(0)", "array<float>", R"({"$type": "array<tuple>", "values": [{"$type": "tuple", "values": [2.5]}, {"$type": "tuple", "values": [null]}, {"$type": "tuple", "values": []}, {"$type": "tuple", "values": ["x"]}, null]})", R"({"$type": "array<float>", "values": [2.5, null, {"$special": "error"}, {"$special": "error"}, null]})"},
         {ST::Tuple, VC::Double, "get_double(1)", "array<double>", R"({"$type": "array<tuple>", "values": [{"$type": "tuple", "values": [1, 7]}, {"$type": "tuple", "values": [true, 2.5]}, null]})", R"({"$type": "array<double>", "values": [7.0, 2.5, null]})"},
-        {ST::Tuple, VC::Value, "get(0)", "array<object>", R"({"$type": "array<tuple>", "values": [{"$type": "tuple", "values": [1, "x"]}, {"$type": "tuple", "values": ["s"]}, null]})", R"({"$type": "array<object>", "values": [1, "s", null]})"},
+        {ST::Tuple, VC::Value, "probe_rest()", "array<tuple>", R"({"$type": "array<tuple>", "values": [{"$type": "tuple", "values": [1, "x"]}, {"$type": "tuple", "values": ["s"]}, null]})", R"({"$type": "array<tuple>", "values": [{"$type": "tuple", "values": ["x"]}, {"$type": "tuple", "values": []}, null]})"},
         // key map
         {ST::KeyMap, VC::String, "to_string()", "array<string>", R"({"$type": "array<keymap>", "values": [{"x": 1, "y": "z"}, null]})", R"({"$type": "array<string>", "values": ["{x: 1, y: \"z\"}", null]})"},
     };
@@ -186,13 +186,19 @@ TEST(MapInstances, EachInstanceGivesTheExactResultOnEveryPath) {
 
 // Pairs with a registered function that Map has no instance for are refused when the machine is
 // made, before anything runs and without a debug report: int32 to colour (int64 to colour is
-// served), bool to int32, and a date column, which no instance reads.
+// served), bool to int32, a date column, which no instance reads, and date and object results,
+// which no instance makes.
 TEST(MapInstances, APairOutsideTheTableIsRefusedWhenTheMachineIsMade) {
     for (InstanceCase const& r :
          {InstanceCase{ST::Int32, VC::Color, "to_color()", "array<color>", "[1, 2]", ""},
           InstanceCase{ST::Bool, VC::Int32, "to_int32()", "array<int32>", "[true]", ""},
           InstanceCase{ST::Date, VC::DateTime, "to_datetime()", "array<datetime>",
-                       R"({"$type": "array<date>", "values": ["2024-01-31"]})", ""}}) {
+                       R"({"$type": "array<date>", "values": ["2024-01-31"]})", ""},
+          // Map makes no column of dates or objects.
+          InstanceCase{ST::DateTime, VC::DateTime, "to_date()", "array<date>",
+                       R"({"$type": "array<datetime>", "values": ["2024-01-31T00:00:00"]})", ""},
+          InstanceCase{ST::Tuple, VC::Value, "get(0)", "array<object>",
+                       R"({"$type": "array<tuple>", "values": [{"$type": "tuple", "values": [1]}]})", ""}}) {
         SCOPED_TRACE(Describe(r));
         ReportCollector reports;
         try {

@@ -5,8 +5,8 @@
 // (ProjectionHandlerInstances<N>.cpp) so that no one translation unit instantiates them all.
 //
 // Each entry is X(input StoreType, output value class, In, Out). The value class names the C++
-// value type of the output: DateTime stands for Date and DateTime, Value for Object, Tuple and
-// the collections. A KeyMap column and a Tuple column both hold shared values; the KeyMap one is
+// value type of the output: Value stands for Tuple and KeyMap outputs. No instance makes a column
+// of Date, Object, Array, Set or Table: those pairs are refused. A KeyMap column and a Tuple column both hold shared values; the KeyMap one is
 // served only towards String, the Tuple one towards the other four.
 
 #include <memory>
@@ -112,18 +112,19 @@ constexpr MapOutputClass MapOutputClassOf(core::StoreType type) noexcept {
             return MapOutputClass::Double;
         case StoreType::String:
             return MapOutputClass::String;
-        case StoreType::Date:
         case StoreType::DateTime:
             return MapOutputClass::DateTime;
         case StoreType::Color:
             return MapOutputClass::Color;
+        case StoreType::Tuple:
+        case StoreType::KeyMap:
+            return MapOutputClass::Value;
+        // Map makes no column of dates, objects or collections.
+        case StoreType::Date:
         case StoreType::Object:
         case StoreType::Array:
         case StoreType::Set:
-        case StoreType::Tuple:
-        case StoreType::KeyMap:
         case StoreType::Table:
-            return MapOutputClass::Value;
         case StoreType::Empty:
             break;
     }
