@@ -30,6 +30,10 @@ TEST_F(GraphTest, OutputKeysSelectWholeValuesPartsOfKeyMapsOrNothing) {
         m_builder = SerialExecutionGraphBuilder::Make();
         EXPECT_EQ(Result(*Build(c_store, keys)), expected);
     }
+    // A wanted member that a present value lacks is an error, not a smaller result.
+    m_builder = SerialExecutionGraphBuilder::Make();
+    auto graph = Build(c_store, {L"a.nope"});
+    zel::test::ExpectRuntimeError([&] { Result(*graph); }, core::ZelError::KeyNotFound, "nope");
 }
 
 TEST_F(GraphTest, ABufferBelowAWantedPathIsKeptWholeAndOneBelowAnotherBufferIsLeftOut) {

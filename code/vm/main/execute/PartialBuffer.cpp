@@ -31,12 +31,10 @@ std::shared_ptr<core::StoreValue> PartialBuffer::Peek() const {
     std::unique_ptr<core::IDataStore> const from = core::factory::MakeDataStore(value);
     std::unique_ptr<core::IDataStore> const to =
         core::factory::MakeDataStore(core::factory::MakeKeyMap(std::make_unique<core::StoreValueMap>()));
-    // A wanted member that the value lacks is left out, as a wanted path that no buffer has is:
-    // the program may add it beneath an input value, and then another entry of the result writes it.
+    // A wanted member that the value lacks fails (KeyNotFound): a misspelt output key is an error,
+    // not a silently smaller result.
     for (core::KeyPath const& path : m_relativePaths) {
-        if (std::shared_ptr<core::StoreValue> member = from->FindValue(path)) {
-            to->SetValue(path, member);
-        }
+        to->SetValue(path, from->GetValue(path));
     }
     return to->GetRootValue();
 }

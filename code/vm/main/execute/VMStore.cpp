@@ -43,43 +43,23 @@ VMStore::VMStore(BufferMap const& bufferMap, core::OutputKeySet const& outputKey
     }
 
     // Inputs and outputs share one path space in the result: "~init.a" and "a" are the same path.
-    // `produced` holds the program's own outputs alone.
     auto const present = core::KeyPathPrefixTree::Make();
-    auto const produced = core::KeyPathPrefixTree::Make();
     for (auto const& entry : bufferMap) {
         core::KeyPath const& key = entry.first;
-        bool const isInput = KeyPathUtil::Initial().IsPrefixOf(key);
-        present->Add(isInput ? KeyPathUtil::DropInitial(key) : key, true);
-        if (!isInput) {
-            produced->Add(key, true);
-        }
+        present->Add(KeyPathUtil::Initial().IsPrefixOf(key) ? KeyPathUtil::DropInitial(key) : key, true);
     }
 
-    // Only paths without a present ancestor, so that a value is not listed beside its own parts.
+    // Only paths without a present ancestor, so that a value is not listed beside its own parts: an
+    // output beneath an input value is not in the result, which holds that input whole.
     for (core::KeyPath const& elder : present->GetEldersOfDescendants()) {
         // The program's output wins over the input of the same name.
         auto itr = bufferMap.find(elder);
-        bool const isInput = itr == bufferMap.cend();
-        if (isInput) {
+        if (itr == bufferMap.cend()) {
             itr = bufferMap.find(KeyPathUtil::AddInitial(elder));
             ZEL_CHECK_LOGIC(itr != bufferMap.cend(), core::ZelError::LogicFailure);
         }
         if (auto selected = Select(itr->second, elder, wanted.get())) {
             m_entries.push_back(VMStoreEntry{elder, std::move(selected)});
-        }
-        if (!isInput) {
-            continue;
-        }
-        // Outputs beneath an input value replace those parts of it: they come after the input in
-        // the entries, so materialising writes them over it.
-        core::KeyPathPrefixTree const* const outputsBelow = produced->Find(elder);
-        if (outputsBelow == nullptr) {
-            continue;
-        }
-        for (core::KeyPath const& path : outputsBelow->GetEldersOfDescendants()) {
-            if (auto selected = Select(bufferMap.at(path), path, wanted.get())) {
-                m_entries.push_back(VMStoreEntry{path, std::move(selected)});
-            }
         }
     }
 }
