@@ -7,6 +7,13 @@ if(VOR_CCACHE)
 endif()
 
 add_compile_options(-Wall -Wextra -Werror -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
+# A ccache set up with base_dir hands the compiler sources relative to the build directory
+# ("../../code/..."); map that form too, so that reports name files the same either way.
+file(RELATIVE_PATH vor_source_from_build "${CMAKE_BINARY_DIR}" "${CMAKE_SOURCE_DIR}")
+string(REGEX REPLACE "/$" "" vor_source_from_build "${vor_source_from_build}")
+if(vor_source_from_build)
+  add_compile_options(-fmacro-prefix-map=${vor_source_from_build}/=)
+endif()
 
 if(VOR_SANITIZE AND VOR_TSAN)
   message(FATAL_ERROR "VOR_SANITIZE and VOR_TSAN exclude each other")
