@@ -16,7 +16,8 @@ extern char** environ;
 
 namespace zel::test::e2e {
 
-VtlrunProcess::VtlrunProcess(std::vector<std::string> const& arguments)
+VtlrunProcess::VtlrunProcess(std::vector<std::string> const& arguments,
+                             std::optional<std::filesystem::path> const& workingDirectory)
     : m_scratch(std::make_unique<ScratchDir>()) {
     // The output goes to files rather than pipes, so that a child that writes much to both streams
     // cannot block on one while the parent waits on the other.
@@ -30,6 +31,10 @@ VtlrunProcess::VtlrunProcess(std::vector<std::string> const& arguments)
                                      0600);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
                                      0600);
+    std::string const directory = workingDirectory ? workingDirectory->string() : std::string();
+    if (workingDirectory) {
+        posix_spawn_file_actions_addchdir_np(&actions, directory.c_str());
+    }
 
     std::string const program = VOR_VTLRUN_PATH;
     std::vector<char*> argv;
@@ -87,6 +92,11 @@ ProcessResult VtlrunProcess::Wait() {
 
 ProcessResult RunVtlrun(std::vector<std::string> const& arguments) {
     return VtlrunProcess(arguments).Wait();
+}
+
+ProcessResult RunVtlrunIn(std::filesystem::path const& workingDirectory,
+                          std::vector<std::string> const& arguments) {
+    return VtlrunProcess(arguments, workingDirectory).Wait();
 }
 
 ScratchDir::ScratchDir() {

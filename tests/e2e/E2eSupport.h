@@ -35,7 +35,9 @@ struct ProcessResult {
 // A vtlrun process started with the arguments; stdout and stderr are captured whole.
 class VtlrunProcess {
 public:
-    explicit VtlrunProcess(std::vector<std::string> const& arguments);
+    // Relative paths among the arguments are taken from `workingDirectory` when one is given.
+    explicit VtlrunProcess(std::vector<std::string> const& arguments,
+                           std::optional<std::filesystem::path> const& workingDirectory = std::nullopt);
     ~VtlrunProcess();  // waits, if Wait was not called
     VtlrunProcess(VtlrunProcess const&) = delete;
     VtlrunProcess& operator=(VtlrunProcess const&) = delete;
@@ -53,6 +55,9 @@ private:
 
 // Runs vtlrun with the arguments and waits for it.
 ProcessResult RunVtlrun(std::vector<std::string> const& arguments);
+// The same, run in `workingDirectory`.
+ProcessResult RunVtlrunIn(std::filesystem::path const& workingDirectory,
+                          std::vector<std::string> const& arguments);
 
 std::string ReadFile(std::filesystem::path const& path);
 
