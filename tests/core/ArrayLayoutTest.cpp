@@ -144,7 +144,7 @@ TEST(ArrayLayouts, EmptyArrays) {
 }
 
 TEST(ArrayIterators, ReadingAConstantAtItsEndIsAnIteratorViolation) {
-    CheckSite const site{"code/core/public/zel/core/store/ArrayIterators.h", 275};
+    CheckSite const site{"code/core/public/zel/core/store/ArrayIterators.h"};
     auto const empty = factory::MakeConstantArray<unsigned int>(StoreTypeInfo::Int32, 7u, 0u);
     auto const none = empty->AsTypedArray<unsigned int>().GetValues();
     EXPECT_TRUE(none.begin() == none.end());

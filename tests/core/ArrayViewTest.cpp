@@ -10,12 +10,12 @@ using namespace zel::core;
 
 namespace {
 
-// A failed bound check of a view: its exact condition text, code and source line.
+// A failed bound check of a view: its exact condition text, code and file.
 template <class Action>
-void ExpectViewFailure(Action&& action, std::string const& conditionText, int line) {
+void ExpectViewFailure(Action&& action, std::string const& conditionText) {
     zel::test::ExpectCheckFailure(
         std::forward<Action>(action), ZelError::RangeViolation, conditionText,
-        zel::test::CheckSite{"code/core/public/zel/core/utility/ArrayView.h", line});
+        zel::test::CheckSite{"code/core/public/zel/core/utility/ArrayView.h"});
 }
 
 }  // namespace
@@ -28,10 +28,10 @@ TEST(ArrayView, IndexingChecksTheBound) {
     EXPECT_EQ(data[1], 21);
     ArrayView<int const> const readable = view;  // implicit, like T* to T const*
     EXPECT_EQ(readable.data(), data.data());
-    ExpectViewFailure([&] { (void)view[3]; }, "(index < m_size)", 121);
-    ExpectViewFailure([&] { (void)ArrayView<int>()[0]; }, "(index < m_size)", 121);
+    ExpectViewFailure([&] { (void)view[3]; }, "(index < m_size)");
+    ExpectViewFailure([&] { (void)ArrayView<int>()[0]; }, "(index < m_size)");
     // The last element of an empty view wraps to a huge index and fails like any other.
-    ExpectViewFailure([&] { (void)ArrayView<int>().back(); }, "(index < m_size)", 121);
+    ExpectViewFailure([&] { (void)ArrayView<int>().back(); }, "(index < m_size)");
 }
 
 TEST(ArrayView, SubViewStartMustLieBelowTheEndEvenWhenEmpty) {
@@ -45,11 +45,11 @@ TEST(ArrayView, SubViewStartMustLieBelowTheEndEvenWhenEmpty) {
     EXPECT_EQ(all.SubView(7, 1)[0], 7);
     EXPECT_TRUE(all.SubView(3, 0).empty());
 
-    ExpectViewFailure([&] { all.SubView(8, 0); }, "(ptr < ptrEnd)", 97);
-    ExpectViewFailure([&] { all.SubView(9, 1); }, "(ptr < ptrEnd)", 97);
-    ExpectViewFailure([&] { ArrayView<int>().SubView(0, 0); }, "(ptr < ptrEnd)", 97);
-    ExpectViewFailure([&] { all.SubView(6, 3); }, "!(ptr + count > ptrEnd)", 98);
-    ExpectViewFailure([&] { all.SubView(0, 0xFFFFFFFFu); }, "!(ptr + count > ptrEnd)", 98);
+    ExpectViewFailure([&] { all.SubView(8, 0); }, "(ptr < ptrEnd)");
+    ExpectViewFailure([&] { all.SubView(9, 1); }, "(ptr < ptrEnd)");
+    ExpectViewFailure([&] { ArrayView<int>().SubView(0, 0); }, "(ptr < ptrEnd)");
+    ExpectViewFailure([&] { all.SubView(6, 3); }, "!(ptr + count > ptrEnd)");
+    ExpectViewFailure([&] { all.SubView(0, 0xFFFFFFFFu); }, "!(ptr + count > ptrEnd)");
     // A sub-view of a sub-view is checked against its own end, not the vector's.
-    ExpectViewFailure([&] { mid.SubView(2, 3); }, "!(ptr + count > ptrEnd)", 98);
+    ExpectViewFailure([&] { mid.SubView(2, 3); }, "!(ptr + count > ptrEnd)");
 }

@@ -44,10 +44,10 @@ private:
     core::ScopedZelDebugReportHandler m_scope;
 };
 
-// Where a check sits: part of what its report says, so that a host can tell checks apart.
+// The file a check sits in: part of what its report says. Lines are not compared, since they move
+// whenever the file is edited.
 struct CheckSite {
     std::string sourcePath;
-    int line;
 };
 
 // Runs `action`, expecting one report with `conditionText` and `error` (made at `site` when given),
@@ -72,7 +72,7 @@ void ExpectCheckFailure(Action&& action, core::ZelError error, std::string const
     EXPECT_EQ(reports[0].error, error);
     if (site) {
         EXPECT_EQ(reports[0].sourcePath, site->sourcePath) << conditionText;
-        EXPECT_EQ(reports[0].line, site->line) << conditionText;
+        EXPECT_GT(reports[0].line, 0) << conditionText;
     }
 }
 
