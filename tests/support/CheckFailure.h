@@ -91,6 +91,21 @@ void ExpectRuntimeError(Action&& action, core::ZelError error, std::string const
     EXPECT_EQ(collector.Reports().size(), 1u) << "for " << text;
 }
 
+// Runs `action`, expecting a ZelRuntimeException with `error` whose text is exactly `text`, thrown
+// plainly: without a debug report.
+template <class Action>
+void ExpectPlainThrow(Action&& action, core::ZelError error, std::string const& text) {
+    ReportCollector collector;
+    try {
+        action();
+        ADD_FAILURE() << "no exception; expected one with the text " << text;
+    } catch (core::ZelRuntimeException const& e) {
+        EXPECT_EQ(e.GetError(), error) << e.what();
+        EXPECT_EQ(e.GetText().ToUtf8(), text) << e.what();
+    }
+    EXPECT_TRUE(collector.Reports().empty()) << "a debug report for " << text;
+}
+
 // Asking a value for what it has not got: a logic failure whose text names `what`.
 template <class Action>
 void ExpectRefusal(Action&& action, std::string const& what) {

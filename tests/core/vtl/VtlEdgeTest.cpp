@@ -44,13 +44,13 @@ TEST(VtlEdgeTest, OutputDeclarationKeepsOnlyWantedAndUnreadEdges) {
         output t.sum
         x = Map(~init.a) fn f()
         t = CreateTable(x)
-        t.sum = Reduce(x) fn add() value 0
+        s.sum = Reduce(x) fn add() value 0
         y = Copy(t)
     )");
     std::vector<GraphEdge> const expected = {
         Edge(false, {}, {0}, "~init.a"), Edge(false, {0}, {1, 2}, "x"),
-        Edge(true, {1}, {3}, "t"),        // holds the wanted t.sum
-        Edge(true, {1, 2}, {}, "t.sum"),  // only its ancestor is read: an edge of its own
+        Edge(true, {1}, {3}, "t"),      // holds the wanted t.sum
+        Edge(true, {2}, {}, "s.sum"),   // unread and unwanted: retained for want of a reader
         Edge(true, {3}, {}, "y"),
     };
     EXPECT_EQ(EdgesText(program.edges), EdgesText(expected));
@@ -61,12 +61,13 @@ TEST(VtlEdgeTest, OutputDeclarationKeepsOnlyWantedAndUnreadEdges) {
 TEST(VtlEdgeTest, ReadsFindWritersOfAncestorsAndWritesAreReadThroughDescendants) {
     VtlProgram const program = ParseVtl(R"(
         t = CreateTable(~init.a)
-        t.b = Copy(~init.a)
-        v = Copy(t.b.c)
+        u.b = Copy(~init.a)
+        v = Zip(t.b.c, u.b.c)
     )");
     std::vector<GraphEdge> const expected = {
         Edge(true, {}, {0, 1}, "~init.a"),
-        Edge(true, {0, 1}, {2}, "t.b.c"),  // t and t.b are both read through t.b.c
+        Edge(true, {0}, {2}, "t.b.c"),  // t is read through t.b.c
+        Edge(true, {1}, {2}, "u.b.c"),
         Edge(true, {2}, {}, "v"),
     };
     EXPECT_EQ(EdgesText(program.edges), EdgesText(expected));

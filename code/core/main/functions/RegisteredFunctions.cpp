@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "zel/core/utility/ZelCheck.h"
+#include "zel/core/utility/ZelException.h"
 
 namespace zel::core {
 
@@ -131,6 +132,20 @@ RegisteredFunctions const& FunctionRegistry::Add(RegisteredFunctions entry) {
     return *added;
 }
 
+FunctionInfo const& IFunctionLookup::GetFunctionInfoIn(FunctionKind kind, TStringCore const& name,
+                                                      std::vector<KeySegmentType> const& inputTypes) const {
+    FunctionKey const key(name, inputTypes);
+    switch (kind) {
+        case FunctionKind::Unary:
+            return GetUnaryFunctions().GetFunctions(key).GetInfo();
+        case FunctionKind::Binary:
+            return GetBinaryFunctions().GetFunctions(key).GetInfo();
+        case FunctionKind::Multinary:
+            break;
+    }
+    return GetMultinaryFunctions().GetFunctions(key).GetInfo();
+}
+
 }  // namespace zel::core
 
 namespace zel::core::detail {
@@ -145,12 +160,12 @@ void RefuseFunctionSignature(RegisteredFunctions const& entry, bool special, std
 
 void CheckBoundOutputType(RegisteredFunctions const& entry, FunctionKey const& key, StoreType outputType) {
     if (entry.GetOutputType().GetMainType().GetStoreType() != outputType) {
-        ZEL_FAIL_WITH_TEXT(ZelError::FunctionTypeMismatch, key.GetName());
+        throw ZelRuntimeException(ZelError::FunctionTypeMismatch, key.GetName());
     }
 }
 
 void RefuseOutputType(FunctionKey const& key) {
-    ZEL_FAIL_WITH_TEXT(ZelError::FunctionTypeMismatch, key.GetName());
+    throw ZelRuntimeException(ZelError::FunctionTypeMismatch, key.GetName());
 }
 
 }  // namespace zel::core::detail

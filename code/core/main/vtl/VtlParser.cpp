@@ -769,6 +769,26 @@ private:
                                  PathText(output.path) + L" has two writers: the statement at " +
                                      Where(m_statements[it->second.first].where) + L" and this one");
                 }
+                CheckNotNested(output, index);
+            }
+        }
+    }
+
+    // A statement writes a whole value and another one a key inside it (or around it): the
+    // machine would write the part into a value that is not a container while it runs, so the
+    // program is refused here. One statement may write a value and its parts.
+    void CheckNotNested(PathUse const& output, unsigned int index) const {
+        for (auto const& [path, writer] : m_writers) {
+            if (writer.first == index || path.GetCount() == output.path.GetCount()) {
+                continue;
+            }
+            bool const inside = path.IsPrefixOf(output.path);
+            if (inside || output.path.IsPrefixOf(path)) {
+                ProgramError(output.where, L"this statement writes " + PathText(output.path) + L", " +
+                                               (inside ? L"inside " : L"around ") + PathText(path) +
+                                               L", which the statement at " +
+                                               Where(m_statements[writer.first].where) +
+                                               L" writes; write the whole value or its parts, not both");
             }
         }
     }
@@ -807,6 +827,13 @@ private:
                 GraphEdge edge;
                 edge.key = Typed(use.path);
                 edge.sources = WritersOf(use.path);
+                if (edge.sources.empty() && !IsUnderInit(use.path) && IsWrittenBelow(use.path)) {
+                    // `output` may name such a key, since the result assembles it from its parts;
+                    // a statement reads one value, which no statement makes here.
+                    ProgramError(use.where, L"nothing writes " + PathText(use.path) +
+                                                L" as a whole, only keys under it; read those keys, or "
+                                                L"write it in one statement");
+                }
                 if (edge.sources.empty() && !IsUnderInit(use.path)) {
                     ProgramError(
                         use.where,

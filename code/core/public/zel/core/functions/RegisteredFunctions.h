@@ -167,9 +167,16 @@ public:
     virtual RegistryOfBinaryFunctions const& GetBinaryFunctions() const = 0;
     virtual RegistryOfMultinaryFunctions const& GetMultinaryFunctions() const = 0;
     // The info of the function of that name for those input types, from whichever registry has it
-    // (unary first, then binary, then multinary); FunctionMissing when none has.
+    // (unary first, then binary, then multinary); FunctionMissing when none has. A name may stand
+    // in several registries with different output types: a transform asks GetFunctionInfoIn.
     virtual FunctionInfo const& GetFunctionInfo(TStringCore const& name,
                                                 std::vector<KeySegmentType> const& inputTypes) const = 0;
+
+    // The info of the entry that a transform of that arity binds: looked up in the registry of
+    // `kind` only, so that it always describes the function that is then called. An unknown key
+    // fails in that registry (FunctionMissing).
+    FunctionInfo const& GetFunctionInfoIn(FunctionKind kind, TStringCore const& name,
+                                          std::vector<KeySegmentType> const& inputTypes) const;
 };
 
 namespace detail {
@@ -192,8 +199,8 @@ Pointer CastFunctionPointer(RegisteredFunctions const& entry, bool special) {
     return reinterpret_cast<Pointer>(untyped);
 }
 
-// A ZelRuntimeException (FunctionTypeMismatch) with the key's name unless the main type of the
-// entry's output is `outputType`.
+// Unless the main type of the entry's output is `outputType`, a ZelRuntimeException
+// (FunctionTypeMismatch) with the key's name, thrown without a debug report.
 void CheckBoundOutputType(RegisteredFunctions const& entry, FunctionKey const& key, StoreType outputType);
 
 // The same failure unless T serves the main type of the entry's output.

@@ -14,6 +14,7 @@
 #include "zel/core/functions/FunctionObjects.h"
 #include "zel/core/functions/RegisteredFunctions.h"
 #include "zel/core/utility/ZelCheck.h"
+#include "zel/core/utility/ZelException.h"
 
 namespace zel::core {
 
@@ -436,15 +437,16 @@ public:
 
     // Looks up and binds the entry of `key`. A creator is refused with a ZelRuntimeException
     // (FunctionKindMismatch), and an entry whose output type is not that of R with one
-    // (FunctionTypeMismatch), both with the function's name as text. For void the output type
+    // (FunctionTypeMismatch), both thrown without a debug report and with the function's name as
+    // text: the function is the host's, not a broken check of the system. For void the output type
     // must be empty; ZelDateTime takes a Date or a DateTime, std::shared_ptr<StoreValue> any type.
     static ZelMultinaryFunction Bind(RegistryOfMultinaryFunctions const& registry, FunctionKey const& key) {
         RegisteredFunctions const& entry = registry.GetFunctions(key);
         if (entry.IsCreator()) {
-            ZEL_FAIL_WITH_TEXT(ZelError::FunctionKindMismatch, key.GetName());
+            throw ZelRuntimeException(ZelError::FunctionKindMismatch, key.GetName());
         }
         if (!detail::IsMultinaryOutputType<R>(entry.GetOutputType().GetMainType())) {
-            ZEL_FAIL_WITH_TEXT(ZelError::FunctionTypeMismatch, key.GetName());
+            throw ZelRuntimeException(ZelError::FunctionTypeMismatch, key.GetName());
         }
         return ZelMultinaryFunction(entry);
     }
