@@ -36,7 +36,7 @@ public:
     // Binary. Constant-initialised, so that type constants made from it are usable during the
     // dynamic initialisation of any translation unit.
     constexpr Collation() noexcept = default;
-    // Throws ZelRuntimeException (UnsupportedOperation) naming the collation when it is unknown.
+    // Throws ZelRuntimeException (UnknownCollation) naming the collation when it is unknown.
     static Collation Named(TStringCore const& name);
     static Collation const& Binary() noexcept;
 

@@ -97,7 +97,7 @@ public:
     // Reads the text form back: the exact inverse of ToString for untyped paths. Unquoted text may
     // hold any character but ".", the double quote and the backslash. An empty bare segment
     // ("a..b", ".a", "a."), an unterminated quote, an unknown escape or text after a closing quote
-    // throws ZelRuntimeException (UnsupportedOperation) naming the text and the offset.
+    // throws ZelRuntimeException (KeyPathSyntaxError) naming the text and the offset.
     static KeyPath Parse(TStringCore const& text);
 
     // The shared empty path.

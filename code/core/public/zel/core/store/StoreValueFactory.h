@@ -33,7 +33,7 @@ std::shared_ptr<StoreValue> MakeColor(ZelColor value);
 std::shared_ptr<StoreValue> MakeObject(std::shared_ptr<StoreValue> value);
 
 // A scalar special of that type: IsSpecial() true, GetSpecialKind() `kind`. Any type but Empty;
-// kind None or type Empty is a ZelRuntimeException (UnsupportedOperation).
+// kind None or type Empty is a ZelRuntimeException (InvalidArgument).
 std::shared_ptr<StoreValue> MakeSpecial(StoreTypeInfo const& type, SpecialKind kind);
 
 // A Tuple of those elements, in order; null elements are allowed.
