@@ -3,6 +3,7 @@
 #include <boost/program_options.hpp>
 
 #include <charconv>
+#include <limits>
 #include <string_view>
 #include <vector>
 
@@ -50,6 +51,8 @@ options:
   --threads N            worker threads (1 to 1024): the size of the thread pool and the most
                          that one transform uses
   --block-size N         rows per vector block (1 to 16777216, default 1024)
+  --max-expanded-rows N  the most rows a constant or run-length array of a store may declare
+                         (1 to 4294967295, default 16777216)
   --no-parallel          run every transform on the calling thread
   --no-vectorise         use the row-by-row transforms instead of the block loops
   --metrics              print the time spent per scope to stderr after the run
@@ -74,6 +77,7 @@ CommandLine ParseCommandLine(int argc, char const* const* argv) {
         ("update", po::value<std::string>(), "")      //
         ("threads", po::value<std::string>(), "")     //
         ("block-size", po::value<std::string>(), "")  //
+        ("max-expanded-rows", po::value<std::string>(), "")  //
         ("no-parallel", "")                           //
         ("no-vectorise", "")                          //
         ("metrics", "")                               //
@@ -148,6 +152,10 @@ CommandLine ParseCommandLine(int argc, char const* const* argv) {
     if (auto const blockSize = text("block-size")) {
         settings.vmOptions.SetBaseVectorizationBlockSize(
             ParseCount("block-size", *blockSize, 1, c_maxBlockSize));
+    }
+    if (auto const rows = text("max-expanded-rows")) {
+        settings.readOptions.maxExpandedRows =
+            ParseCount("max-expanded-rows", *rows, 1, std::numeric_limits<unsigned int>::max());
     }
     if (values.count("no-parallel") != 0) {
         settings.vmOptions.SetUseParallelTransforms(false);

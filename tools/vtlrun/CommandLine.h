@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "zel/core/io/StoreValueParser.h"
 #include "zel/core/utility/ZelLog.h"
 #include "zel/vm/execute/VMOptions.h"
 
@@ -25,6 +26,8 @@ struct RunSettings {
     // The size of the process thread pool; the pool's own default when not given.
     std::optional<unsigned int> threads;
     zel::vm::VMOptions vmOptions;
+    // How the store and the changes are read: the bound on rows that a value may expand to.
+    zel::core::StoreValueParser::ReadOptions readOptions;
     zel::core::ZelLogLevel logLevel = zel::core::ZelLogLevel::Info;
 };
 

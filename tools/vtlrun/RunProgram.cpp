@@ -124,10 +124,10 @@ Outcome RunSteps(RunSettings const& settings,
     {
         auto const scope = Metrics::OpenScope(L"vtlrun_ReadFiles");
         program = DecodeProgram(settings.program, ReadFileBytes(settings.program, "program"));
-        store = ReadStoreFile(settings.store, "store");
+        store = ReadStoreFile(settings.store, "store", settings.readOptions);
         // Read before the first run, so that a bad changes file costs no run.
         if (settings.changes) {
-            changes = ReadStoreFile(*settings.changes, "changes");
+            changes = ReadStoreFile(*settings.changes, "changes", settings.readOptions);
         }
     }
 

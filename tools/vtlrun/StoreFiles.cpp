@@ -57,16 +57,17 @@ std::vector<std::uint8_t> ReadFileBytes(std::filesystem::path const& path, char 
     return bytes;
 }
 
-std::shared_ptr<zel::core::IDataStore> ReadStoreFile(std::filesystem::path const& path, char const* what) {
+std::shared_ptr<zel::core::IDataStore> ReadStoreFile(std::filesystem::path const& path, char const* what,
+                                                     zel::core::StoreValueParser::ReadOptions const& options) {
     std::vector<std::uint8_t> bytes = ReadFileBytes(path, what);
     try {
         static constexpr char c_binaryMagic[4] = {'V', 'R', 'S', 'T'};
         if (bytes.size() >= 4 && std::memcmp(bytes.data(), c_binaryMagic, 4) == 0) {
             zel::core::BinaryProtocolReader reader(std::move(bytes));
-            return zel::core::StoreValueParser::MakeDataStore(reader);
+            return zel::core::StoreValueParser::MakeDataStore(reader, options);
         }
         return zel::core::StoreValueParser::MakeDataStore(
-            std::string_view(reinterpret_cast<char const*>(bytes.data()), bytes.size()));
+            std::string_view(reinterpret_cast<char const*>(bytes.data()), bytes.size()), options);
     } catch (zel::core::ZelException const& e) {
         // The reader's text says where in the document; say which document.
         throw ZelRuntimeException(e.GetError(), PathText(path) + L": " + e.GetText());

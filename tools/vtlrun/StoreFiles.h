@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "zel/core/io/StoreValueParser.h"
 #include "zel/core/store/DataStore.h"
 
 namespace vtlrun {
@@ -18,7 +19,8 @@ std::vector<std::uint8_t> ReadFileBytes(std::filesystem::path const& path, char 
 // A store from a file of either format: the binary protocol when it starts with its magic bytes,
 // else JSON. A malformed store is the reader's StoreFormatError with the file name put before the
 // reader's text, which says where in the file.
-std::shared_ptr<zel::core::IDataStore> ReadStoreFile(std::filesystem::path const& path, char const* what);
+std::shared_ptr<zel::core::IDataStore> ReadStoreFile(std::filesystem::path const& path, char const* what,
+                                                     zel::core::StoreValueParser::ReadOptions const& options);
 
 // The result as vtlrun prints it: the JSON writer's one line and a line feed.
 std::string FormatStoreJson(zel::core::IDataStore const& store);

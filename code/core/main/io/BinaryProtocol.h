@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "zel/core/io/BinaryProtocolReader.h"
+#include "zel/core/io/StoreValueParser.h"
 #include "zel/core/store/StoreValue.h"
 
 namespace zel::core::io_detail {
@@ -23,6 +24,7 @@ U ByteSwap(U value) {
 }
 
 // The root key map of the rest of the stream.
-std::shared_ptr<StoreValue> ReadBinaryRoot(BinaryProtocolReader& reader);
+std::shared_ptr<StoreValue> ReadBinaryRoot(BinaryProtocolReader& reader,
+                                           StoreValueParser::ReadOptions const& options);
 
 }  // namespace zel::core::io_detail

@@ -92,7 +92,8 @@ using ValuePtr = std::shared_ptr<StoreValue>;
 
 class BinaryReader {
 public:
-    explicit BinaryReader(BinaryProtocolReader& in) : m(in) {}
+    BinaryReader(BinaryProtocolReader& in, StoreValueParser::ReadOptions const& options)
+        : m(in), m_options(options) {}
 
     ValuePtr ReadStore() {
         auto const magic = m.ReadBytes(4, "magic");
@@ -278,7 +279,9 @@ private:
         for (std::uint32_t i = 0; i < count; ++i) {
             std::size_t const nameAt = m.GetOffset();
             TStringCore name = ReadText(m.ReadUInt32("name length"), "name");
+            m_names.push_back(name.ToUtf8());
             ValuePtr value = ReadValue(false);
+            m_names.pop_back();
             if (!entries.emplace(std::move(name), std::move(value)).second) {
                 m.FailAt(nameAt, "duplicate name");
             }
@@ -453,6 +456,7 @@ private:
             }
             case ArrayLayout::Constant: {
                 std::uint32_t const count = m.ReadUInt32("element count");
+                CheckExpandedRows(m.GetOffset() - 4, "a constant array", count);
                 auto const special = static_cast<SpecialKind>(m.ReadUInt8("special kind"));
                 T value{};
                 if (special == SpecialKind::None) {
@@ -481,6 +485,7 @@ private:
                 if (total > std::numeric_limits<unsigned int>::max()) {
                     m.FailAt(countsAt, "the runs hold more than 4294967295 elements");
                 }
+                CheckExpandedRows(countsAt, "a run-length array", total);
                 std::size_t const flagAt = m.GetOffset();
                 std::uint8_t const hasIndices = m.ReadUInt8("indices flag");
                 if (hasIndices > 1) {
@@ -542,14 +547,30 @@ private:
         });
     }
 
+    // Fails at `at` when an array declares more rows than the options allow, naming the value by
+    // the entries that lead to it.
+    void CheckExpandedRows(std::size_t at, std::string_view layout, std::uint64_t rows) const {
+        if (rows > m_options.maxExpandedRows) {
+            std::string path;
+            for (std::string const& name : m_names) {
+                path += "/" + name;
+            }
+            m.FailAt(at, ExpandedRowsText(layout, rows, m_options.maxExpandedRows) + " at " +
+                             (path.empty() ? std::string("the root") : path));
+        }
+    }
+
     BinaryProtocolReader& m;
+    StoreValueParser::ReadOptions m_options;
+    std::vector<std::string> m_names;  // the entries read into, root first
     unsigned m_depth = 0;
 };
 
 }  // namespace
 
-std::shared_ptr<StoreValue> ReadBinaryRoot(BinaryProtocolReader& reader) {
-    return BinaryReader(reader).ReadStore();
+std::shared_ptr<StoreValue> ReadBinaryRoot(BinaryProtocolReader& reader,
+                                           StoreValueParser::ReadOptions const& options) {
+    return BinaryReader(reader, options).ReadStore();
 }
 
 }  // namespace io_detail

@@ -195,7 +195,8 @@ std::size_t LocatePointer(simdjson::padded_string const& text, std::vector<std::
 
 class JsonReader {
 public:
-    explicit JsonReader(std::string_view utf8) : m_text(utf8) {}
+    JsonReader(std::string_view utf8, StoreValueParser::ReadOptions const& options)
+        : m_text(utf8), m_options(options) {}
 
     ValuePtr Read(bool root) {
         dom::element document;
@@ -948,6 +949,9 @@ private:
                                              std::move(indexVector), std::move(values->specials));
             }
             if (constant) {
+                if (*count > m_options.maxExpandedRows) {
+                    Fail(ExpandedRowsText("a constant array", *count, m_options.maxExpandedRows));
+                }
                 if (constant->second != SpecialKind::None) {
                     constant->first = T{};
                 }
@@ -960,6 +964,9 @@ private:
             }
             if (total > std::numeric_limits<unsigned int>::max()) {
                 Fail("the runs hold " + std::to_string(total) + " elements, more than 4294967295");
+            }
+            if (total > m_options.maxExpandedRows) {
+                Fail(ExpandedRowsText("a run-length array", total, m_options.maxExpandedRows));
             }
             if (indexVector) {
                 CheckIndices(*indexVector, total, "elements of the runs");
@@ -1107,18 +1114,19 @@ private:
 
     simdjson::padded_string m_text;
     dom::parser m_parser;
+    StoreValueParser::ReadOptions m_options;
     std::vector<std::string> m_path;
     unsigned m_depth = 0;
 };
 
 }  // namespace
 
-std::shared_ptr<StoreValue> ReadJsonRoot(std::string_view utf8) {
-    return JsonReader(utf8).Read(true);
+std::shared_ptr<StoreValue> ReadJsonRoot(std::string_view utf8, StoreValueParser::ReadOptions const& options) {
+    return JsonReader(utf8, options).Read(true);
 }
 
-std::shared_ptr<StoreValue> ReadJsonValue(std::string_view utf8) {
-    return JsonReader(utf8).Read(false);
+std::shared_ptr<StoreValue> ReadJsonValue(std::string_view utf8, StoreValueParser::ReadOptions const& options) {
+    return JsonReader(utf8, options).Read(false);
 }
 
 }  // namespace zel::core::io_detail

@@ -21,6 +21,9 @@ namespace zel::core::io_detail {
 // UTF-8 are shown as '?').
 [[noreturn, gnu::cold]] void ThrowFormatError(std::string const& text);
 
+// The failure text for an array that declares `rows` rows without listing them, beyond `bound`.
+std::string ExpandedRowsText(std::string_view layout, std::uint64_t rows, std::uint32_t bound);
+
 // Where a writer stands in the value it writes ("/a/values/1"), so that a value it cannot write is
 // reported with its place. A Scope adds one segment for its lifetime.
 class WriterPath {

@@ -11,19 +11,20 @@
 
 namespace zel::core::StoreValueParser {
 
-std::shared_ptr<IDataStore> MakeDataStore(TStringCore const& text) {
-    return MakeDataStore(std::string_view(text.ToUtf8()));
+std::shared_ptr<IDataStore> MakeDataStore(TStringCore const& text, ReadOptions const& options) {
+    return MakeDataStore(std::string_view(text.ToUtf8()), options);
 }
 
-std::shared_ptr<IDataStore> MakeDataStore(std::string_view utf8) {
-    return factory::MakeDataStore(io_detail::ReadJsonRoot(utf8));
+std::shared_ptr<IDataStore> MakeDataStore(std::string_view utf8, ReadOptions const& options) {
+    return factory::MakeDataStore(io_detail::ReadJsonRoot(utf8, options));
 }
 
-std::shared_ptr<IDataStore> MakeDataStore(BinaryProtocolReader& reader) {
-    return factory::MakeDataStore(io_detail::ReadBinaryRoot(reader));
+std::shared_ptr<IDataStore> MakeDataStore(BinaryProtocolReader& reader, ReadOptions const& options) {
+    return factory::MakeDataStore(io_detail::ReadBinaryRoot(reader, options));
 }
 
-std::shared_ptr<IDataStore> MakeDataStoreFromFile(std::filesystem::path const& path) {
+std::shared_ptr<IDataStore> MakeDataStoreFromFile(std::filesystem::path const& path,
+                                                  ReadOptions const& options) {
     std::ifstream file(path, std::ios::binary);
     std::vector<std::uint8_t> bytes;
     if (file) {
@@ -34,13 +35,13 @@ std::shared_ptr<IDataStore> MakeDataStoreFromFile(std::filesystem::path const& p
     }
     if (bytes.size() >= 4 && std::memcmp(bytes.data(), io_detail::c_binaryMagic, 4) == 0) {
         BinaryProtocolReader reader(std::move(bytes));
-        return MakeDataStore(reader);
+        return MakeDataStore(reader, options);
     }
-    return MakeDataStore(std::string_view(reinterpret_cast<char const*>(bytes.data()), bytes.size()));
+    return MakeDataStore(std::string_view(reinterpret_cast<char const*>(bytes.data()), bytes.size()), options);
 }
 
-std::shared_ptr<StoreValue> MakeValue(std::string_view utf8) {
-    return io_detail::ReadJsonValue(utf8);
+std::shared_ptr<StoreValue> MakeValue(std::string_view utf8, ReadOptions const& options) {
+    return io_detail::ReadJsonValue(utf8, options);
 }
 
 }  // namespace zel::core::StoreValueParser

@@ -8,6 +8,7 @@
 // input can exhaust the stack; every count in a binary stream is checked against the bytes left
 // before anything is allocated for it.
 
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <string_view>
@@ -22,16 +23,29 @@ namespace zel::core::StoreValueParser {
 inline constexpr unsigned c_maxJsonDepth = 128;
 inline constexpr unsigned c_maxBinaryDepth = 64;
 
+inline constexpr std::uint32_t c_defaultMaxExpandedRows = 1u << 24;
+
+// How a store is read.
+struct ReadOptions {
+    // The most rows that one array may declare without listing them: the count of a constant
+    // array, the sum of the runs of a run-length one. A few bytes can declare 4294967295 rows,
+    // which every transform over the column then allocates in full; an array beyond the bound is
+    // a StoreFormatError naming it. Arrays that list their values pay for their rows in bytes and
+    // are not bound by this.
+    std::uint32_t maxExpandedRows = c_defaultMaxExpandedRows;
+};
+
 // A store from a JSON document whose root is an object (the top-level entries).
-std::shared_ptr<IDataStore> MakeDataStore(TStringCore const& text);
-std::shared_ptr<IDataStore> MakeDataStore(std::string_view utf8);
+std::shared_ptr<IDataStore> MakeDataStore(TStringCore const& text, ReadOptions const& options = {});
+std::shared_ptr<IDataStore> MakeDataStore(std::string_view utf8, ReadOptions const& options = {});
 // A store from the rest of a binary stream, which must hold exactly one store.
-std::shared_ptr<IDataStore> MakeDataStore(BinaryProtocolReader& reader);
+std::shared_ptr<IDataStore> MakeDataStore(BinaryProtocolReader& reader, ReadOptions const& options = {});
 // A store from a file: the binary protocol when the file starts with its magic bytes, else JSON.
 // A file that cannot be read is a StoreFormatError naming it.
-std::shared_ptr<IDataStore> MakeDataStoreFromFile(std::filesystem::path const& path);
+std::shared_ptr<IDataStore> MakeDataStoreFromFile(std::filesystem::path const& path,
+                                                  ReadOptions const& options = {});
 
 // One value from JSON, read as a key map entry is (for hosts and tests that handle single values).
-std::shared_ptr<StoreValue> MakeValue(std::string_view utf8);
+std::shared_ptr<StoreValue> MakeValue(std::string_view utf8, ReadOptions const& options = {});
 
 }  // namespace zel::core::StoreValueParser
