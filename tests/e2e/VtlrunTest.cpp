@@ -59,6 +59,8 @@ TEST_F(Vtlrun, UsageErrorsExitWith2AndSayWhy) {
         {m_program, m_store, "--block-size", "0"},
         {m_program, m_store, "--block-size", "99999999999999999999"},
         {m_program, m_store, "--log-level", "loud"},
+        {m_program, m_store, "--max-expanded-rows", "0"},
+        {m_program, m_store, "--max-expanded-rows", "4294967296"},
         {"--list-functions", m_program},
     };
     for (auto const& arguments : commandLines) {
@@ -141,6 +143,20 @@ TEST_F(Vtlrun, AMalformedStoreIsOneLineNamingTheFile) {
     EXPECT_EQ(debug.exitCode, 1);
     EXPECT_NE(debug.err.find("[debug] check failed at code/"), std::string::npos) << debug.err;
     EXPECT_NE(debug.err.find("\n" + FirstLine(run.err) + "\n"), std::string::npos) << debug.err;
+}
+
+// A store whose constant array declares more rows than --max-expanded-rows allows fails, naming
+// the file and the value; at the bound it runs.
+TEST_F(Vtlrun, TheBoundOnExpandedRowsIsSetOnTheCommandLine) {
+    std::string const store =
+        Write("constant.json", R"({"a": {"$type": "array<int32>", "constant": 7, "count": 3}})");
+    ExpectFailure(RunVtlrun({m_program, store, "--max-expanded-rows", "2"}),
+                  "error 1003 (StoreFormatError): " + store +
+                      ": JSON store: a constant array of 3 rows, more than the 2 rows a value may expand to "
+                      "(ReadOptions::maxExpandedRows) at /a (line 1, column 7)");
+    ProcessResult const run = RunVtlrun({m_program, store, "--max-expanded-rows=3"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_NE(run.out.find(R"("b":{"$type":"array<int32>")"), std::string::npos) << run.out;
 }
 
 // Broken input of any kind is a failure with a message: never a crash, an abort or a trace.
