@@ -62,6 +62,11 @@ FunctionRegistry& FunctionLookup::RegistryOf(FunctionKind kind) {
     return m_multinary;
 }
 
+void FunctionLookup::MarkCollationSensitive(TStringCore const& name) {
+    m_unary.MarkCollationSensitive(name);
+    m_binary.MarkCollationSensitive(name);
+}
+
 RegisteredFunctions const& FunctionLookup::Register(RegisteredFunctions entry) {
     return RegistryOf(entry.GetKind()).Add(std::move(entry));
 }

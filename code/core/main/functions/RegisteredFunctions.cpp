@@ -34,6 +34,21 @@ StoreTypeInfo PlainTypeInfo(StoreTypeInfo const& info) {
     return info.IsEmpty() ? StoreTypeInfo() : StoreTypeInfo(info.GetStoreType(), false);
 }
 
+bool IsCollatedString(StoreTypeInfo const& info) {
+    return info.GetStoreType() == StoreType::String && !info.GetCollation().IsBinary();
+}
+
+bool IsPlainString(StoreTypeInfo const& info) {
+    return info.GetStoreType() == StoreType::String && info.GetCollation().IsBinary();
+}
+
+// Some input of the key is a string, or holds strings, under a collation other than binary.
+bool HasCollatedString(FunctionKey const& key) {
+    return std::any_of(key.GetInputTypes().begin(), key.GetInputTypes().end(), [](KeySegmentType const& type) {
+        return IsCollatedString(type.GetMainType()) || IsCollatedString(type.GetChildType());
+    });
+}
+
 FunctionKey PlainKey(FunctionKey const& key) {
     std::vector<KeySegmentType> types;
     types.reserve(key.GetInputTypes().size());
@@ -54,6 +69,9 @@ RegisteredFunctions const* FunctionRegistry::FindFunctions(FunctionKey const& ke
         return found->second.get();
     }
     if (auto const found = m_entries.find(PlainKey(key)); found != m_entries.end()) {
+        if (found->second->IsCollationSensitive() && HasCollatedString(key)) {
+            return nullptr;
+        }
         return found->second.get();
     }
     if (auto const found = m_anyTypeEntries.find(key.GetName()); found != m_anyTypeEntries.end()) {
@@ -72,6 +90,10 @@ RegisteredFunctions const& FunctionRegistry::GetFunctions(FunctionKey const& key
 std::string FunctionRegistry::DescribeMissing(FunctionKey const& key) const {
     std::string text = "no " + std::string(FunctionKindName(m_kind)) + " function " + key.GetName().ToUtf8() +
                        "(" + FormatKeySegmentTypes(key.GetInputTypes()) + ")";
+    if (auto const plain = m_entries.find(PlainKey(key));
+        plain != m_entries.end() && plain->second->IsCollationSensitive() && HasCollatedString(key)) {
+        text += "; the form for plain strings compares by code point and would ignore the collation";
+    }
     std::vector<RegisteredFunctions const*> const named = GetFunctionsNamed(key.GetName());
     if (named.empty()) {
         return text + "; none is registered under that name";
@@ -82,6 +104,17 @@ std::string FunctionRegistry::DescribeMissing(FunctionKey const& key) const {
         text += named[i]->FormatSignature();
     }
     return text;
+}
+
+void FunctionRegistry::MarkCollationSensitive(TStringCore const& name) {
+    for (auto& [key, entry] : m_entries) {
+        if (key.GetName() == name &&
+            std::any_of(key.GetInputTypes().begin(), key.GetInputTypes().end(), [](KeySegmentType const& type) {
+                return IsPlainString(type.GetMainType()) || IsPlainString(type.GetChildType());
+            })) {
+            entry->SetCollationSensitive(true);
+        }
+    }
 }
 
 std::vector<RegisteredFunctions const*> FunctionRegistry::GetAllFunctions() const {

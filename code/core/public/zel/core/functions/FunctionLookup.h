@@ -105,6 +105,11 @@ public:
                                                  std::vector<KeySegmentType> const& inputTypes, F function,
                                                  KeySegmentType const& outputType = {});
 
+    // Marks the unary and binary entries of that name over plain strings as comparing by code
+    // point: a collated string column then finds only a form registered for its collation, and a
+    // clear FunctionMissing where there is none, never the code point form.
+    void MarkCollationSensitive(TStringCore const& name);
+
     // Adds a ready entry to the registry of its kind.
     RegisteredFunctions const& Register(RegisteredFunctions entry);
 

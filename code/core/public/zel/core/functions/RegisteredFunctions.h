@@ -80,6 +80,10 @@ public:
     // buffer for them starts filled: elements at their initial value, specials 0.
     bool WritesEverySlot() const noexcept { return m_writesEverySlot; }
     void SetWritesEverySlot(bool writes) noexcept { m_writesEverySlot = writes; }
+    // Whether the function compares its string inputs by code point: such an entry does not serve
+    // a key of a collated string, which would otherwise fall back to it and ignore its collation.
+    bool IsCollationSensitive() const noexcept { return m_collationSensitive; }
+    void SetCollationSensitive(bool sensitive) noexcept { m_collationSensitive = sensitive; }
     std::type_index GetSignature() const noexcept { return m_signature; }
     std::type_index GetSpecialSignature() const noexcept { return m_specialSignature; }
 
@@ -106,6 +110,7 @@ private:
     std::type_index m_specialSignature;
     bool m_anyInputTypes = false;
     bool m_writesEverySlot = false;
+    bool m_collationSensitive = false;
 };
 
 // The entries of one arity. GetFunctions of a key that no entry serves is a ZelRuntimeException
@@ -130,6 +135,10 @@ public:
     std::vector<RegisteredFunctions const*> GetAllFunctions() const;
     // The entries under one name.
     std::vector<RegisteredFunctions const*> GetFunctionsNamed(TStringCore const& name) const;
+
+    // Marks the entries of that name with a plain string input (or strings as elements) as
+    // comparing by code point: see RegisteredFunctions::IsCollationSensitive.
+    void MarkCollationSensitive(TStringCore const& name);
 
     // Adds an entry; a second entry for the same key (or a second entry of any input types under
     // one name) is a ZelRuntimeException (DuplicateKey) naming the function.
