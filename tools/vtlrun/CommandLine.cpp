@@ -70,19 +70,19 @@ exit status: 0 done, 1 failed (one "error CODE (Name): text" on stderr), 2 bad c
 CommandLine ParseCommandLine(int argc, char const* const* argv) {
     po::options_description options;
     // Counts are read as text and checked by ParseCount.
-    options.add_options()                             //
-        ("help,h", "")                                //
-        ("list-functions", "")                        //
-        ("output,o", po::value<std::string>(), "")    //
-        ("update", po::value<std::string>(), "")      //
-        ("threads", po::value<std::string>(), "")     //
-        ("block-size", po::value<std::string>(), "")  //
+    options.add_options()                                    //
+        ("help,h", "")                                       //
+        ("list-functions", "")                               //
+        ("output,o", po::value<std::string>(), "")           //
+        ("update", po::value<std::string>(), "")             //
+        ("threads", po::value<std::string>(), "")            //
+        ("block-size", po::value<std::string>(), "")         //
         ("max-expanded-rows", po::value<std::string>(), "")  //
-        ("no-parallel", "")                           //
-        ("no-vectorise", "")                          //
-        ("metrics", "")                               //
-        ("trace", po::value<std::string>(), "")       //
-        ("log-level", po::value<std::string>(), "")   //
+        ("no-parallel", "")                                  //
+        ("no-vectorise", "")                                 //
+        ("metrics", "")                                      //
+        ("trace", po::value<std::string>(), "")              //
+        ("log-level", po::value<std::string>(), "")          //
         ("files", po::value<std::vector<std::string>>(), "");
     po::positional_options_description positional;
     positional.add("files", -1);

@@ -57,8 +57,9 @@ std::vector<std::uint8_t> ReadFileBytes(std::filesystem::path const& path, char 
     return bytes;
 }
 
-std::shared_ptr<zel::core::IDataStore> ReadStoreFile(std::filesystem::path const& path, char const* what,
-                                                     zel::core::StoreValueParser::ReadOptions const& options) {
+std::shared_ptr<zel::core::IDataStore> ReadStoreFile(
+    std::filesystem::path const& path, char const* what,
+    zel::core::StoreValueParser::ReadOptions const& options) {
     std::vector<std::uint8_t> bytes = ReadFileBytes(path, what);
     try {
         static constexpr char c_binaryMagic[4] = {'V', 'R', 'S', 'T'};

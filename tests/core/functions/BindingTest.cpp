@@ -153,9 +153,8 @@ TEST(BindingTest, BindingChecksTheOutputTypeAndTheTypesOfThePointers) {
     // ZelDateTime serves a Date output as well as a DateTime one.
     EXPECT_NO_THROW((core::ZelFunctions<core::ZelDateTime, core::ZelDateTime>::BindServed(
         lookup.GetUnaryFunctions(), Key(L"day", {StoreType::Date}))));
-    ExpectPlainThrow(
-        [&] { core::ZelFunctions<double, float>::BindServed(lookup.GetUnaryFunctions(), half); },
-        ZelError::FunctionTypeMismatch, "half");
+    ExpectPlainThrow([&] { core::ZelFunctions<double, float>::BindServed(lookup.GetUnaryFunctions(), half); },
+                     ZelError::FunctionTypeMismatch, "half");
     // A wrapper of other C++ types than the entry's pointers is a broken invariant, not a call
     // through a mismatched pointer.
     ExpectRuntimeError<core::ZelLogicException>(

@@ -112,7 +112,8 @@ TEST(RegistryTest, InfoForAnArityComesFromThatRegistryOnly) {
     FunctionLookup lookup;
     lookup.RegisterUnary(L"pick", [](double x) { return x; });
     lookup.RegisterBinary(L"pick", [](double, double) { return 1; });
-    lookup.RegisterMultinary(L"pick", Types({StoreType::Double}), [](core::CreatorArguments&) { return true; });
+    lookup.RegisterMultinary(L"pick", Types({StoreType::Double}),
+                             [](core::CreatorArguments&) { return true; });
     lookup.RegisterMultinary(L"pick", Types({StoreType::Double, StoreType::Double}),
                              [](core::CreatorArguments&) { return 2LL; });
     struct Row {
@@ -121,16 +122,18 @@ TEST(RegistryTest, InfoForAnArityComesFromThatRegistryOnly) {
         StoreType output;
     };
     using enum StoreType;
-    for (Row const& row : {Row{FunctionKind::Unary, {Double}, Double}, Row{FunctionKind::Binary, {Double, Double}, Int32},
-                           Row{FunctionKind::Multinary, {Double}, Bool},
-                           Row{FunctionKind::Multinary, {Double, Double}, Int64}}) {
+    for (Row const& row :
+         {Row{FunctionKind::Unary, {Double}, Double}, Row{FunctionKind::Binary, {Double, Double}, Int32},
+          Row{FunctionKind::Multinary, {Double}, Bool},
+          Row{FunctionKind::Multinary, {Double, Double}, Int64}}) {
         EXPECT_EQ(lookup.GetFunctionInfoIn(row.kind, L"pick", Types(row.inputs)).GetOutputType(), row.output)
             << FunctionKindName(row.kind) << " of " << row.inputs.size();
     }
     // A registry without the key fails there, even when another registry has it.
     lookup.RegisterUnary(L"only_unary", [](double x) { return x; });
-    ExpectRuntimeError([&] { lookup.GetFunctionInfoIn(FunctionKind::Multinary, L"only_unary", Types({Double})); },
-                       ZelError::FunctionMissing, "only_unary");
+    ExpectRuntimeError(
+        [&] { lookup.GetFunctionInfoIn(FunctionKind::Multinary, L"only_unary", Types({Double})); },
+        ZelError::FunctionMissing, "only_unary");
 }
 
 TEST(RegistryTest, AMissingFunctionNamesItselfTheTypesAskedForAndThoseRegistered) {

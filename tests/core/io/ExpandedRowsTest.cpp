@@ -17,7 +17,8 @@ struct ExpandedCase {
 };
 
 std::vector<ExpandedCase> const c_cases = {
-    {"Constant", R"({"m": {"c": {"$type": "array<double>", "constant": 1.5, "count": 11}}})", "a constant array"},
+    {"Constant", R"({"m": {"c": {"$type": "array<double>", "constant": 1.5, "count": 11}}})",
+     "a constant array"},
     {"Runs", R"({"m": {"c": {"$type": "array<string>", "runs": [{"value": "x", "count": 6},
                                                               {"special": "null", "count": 5}]}}})",
      "a run-length array"},
@@ -32,11 +33,12 @@ TEST(ExpandedRows, BothReadersRefuseAnArrayPastTheBoundAndNameIt) {
         std::string const text =
             std::string(c.layout) + " of 11 rows, more than the 10 rows a value may expand to";
         // The same store in the binary protocol, written from what the default bound reads.
-        std::vector<std::uint8_t> const binary =
-            core::BinaryProtocolWriter::WriteStore(*core::StoreValueParser::MakeDataStore(std::string_view(c.json)));
+        std::vector<std::uint8_t> const binary = core::BinaryProtocolWriter::WriteStore(
+            *core::StoreValueParser::MakeDataStore(std::string_view(c.json)));
 
-        ExpectFormatError([&] { core::StoreValueParser::MakeDataStore(std::string_view(c.json), ReadOptions{10}); },
-                          {text, "/m/c"});
+        ExpectFormatError(
+            [&] { core::StoreValueParser::MakeDataStore(std::string_view(c.json), ReadOptions{10}); },
+            {text, "/m/c"});
         ExpectFormatError(
             [&] {
                 core::BinaryProtocolReader reader(binary.data(), binary.size());
@@ -55,8 +57,8 @@ TEST(ExpandedRows, BothReadersRefuseAnArrayPastTheBoundAndNameIt) {
 TEST(ExpandedRows, ByDefaultAFewBytesCannotDeclareFourBillionRows) {
     ExpectFormatError(
         [] {
-            core::StoreValueParser::MakeDataStore(
-                std::string_view(R"({"a": {"$type": "array<bool>", "constant": true, "count": 4294967295}})"));
+            core::StoreValueParser::MakeDataStore(std::string_view(
+                R"({"a": {"$type": "array<bool>", "constant": true, "count": 4294967295}})"));
         },
         {"a constant array of 4294967295 rows, more than the 16777216 rows", "ReadOptions::maxExpandedRows",
          "at /a"});

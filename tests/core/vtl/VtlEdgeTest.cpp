@@ -49,8 +49,8 @@ TEST(VtlEdgeTest, OutputDeclarationKeepsOnlyWantedAndUnreadEdges) {
     )");
     std::vector<GraphEdge> const expected = {
         Edge(false, {}, {0}, "~init.a"), Edge(false, {0}, {1, 2}, "x"),
-        Edge(true, {1}, {3}, "t"),      // holds the wanted t.sum
-        Edge(true, {2}, {}, "s.sum"),   // unread and unwanted: retained for want of a reader
+        Edge(true, {1}, {3}, "t"),     // holds the wanted t.sum
+        Edge(true, {2}, {}, "s.sum"),  // unread and unwanted: retained for want of a reader
         Edge(true, {3}, {}, "y"),
     };
     EXPECT_EQ(EdgesText(program.edges), EdgesText(expected));

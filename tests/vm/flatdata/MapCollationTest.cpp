@@ -13,7 +13,8 @@ Value Json(std::string const& json) {
 }
 
 Value Words(std::string const& collation) {
-    return Json(R"({"$type": "array<string()" + collation + R"()>", "values": ["Apple", "apple", "b", "B", "c"]})");
+    return Json(R"({"$type": "array<string()" + collation +
+                R"()>", "values": ["Apple", "apple", "b", "B", "c"]})");
 }
 
 std::vector<std::optional<bool>> Bools(Value const& array) {
@@ -62,16 +63,18 @@ TEST(MapCollation, EqAgreesWithAKeySetLookupOnTheSameColumn) {
     )";
     core::StoreValueMap entries;
     entries.emplace(L"a", Words("nocase"));
-    entries.emplace(L"keys", Json(R"({"$type": "keyset<string(nocase),double>", "keys": ["b"], "values": [1.5]})"));
-    auto vm = vm::VMFactory::Make(TStringCore::FromUtf8(program), core::factory::MakeDataStore(std::move(entries)),
-                                  Functions());
+    entries.emplace(L"keys",
+                    Json(R"({"$type": "keyset<string(nocase),double>", "keys": ["b"], "values": [1.5]})"));
+    auto vm = vm::VMFactory::Make(TStringCore::FromUtf8(program),
+                                  core::factory::MakeDataStore(std::move(entries)), Functions());
     ASSERT_EQ(vm->Execute(), vm::TransformStatus::Complete);
     auto const result = vm->MaterializeDataStore();
     std::vector<std::optional<bool>> const equal = Bools(result->GetValue(core::KeyPath(L"b")));
     Value const found = result->GetValue(core::KeyPath(L"c"));
     ASSERT_EQ(equal.size(), found->GetCount());
     for (unsigned int row = 0; row < found->GetCount(); ++row) {
-        EXPECT_EQ(equal[row].value_or(false), RowOf(found, row).special == SpecialKind::None) << "row " << row;
+        EXPECT_EQ(equal[row].value_or(false), RowOf(found, row).special == SpecialKind::None)
+            << "row " << row;
     }
     EXPECT_EQ(equal, (std::vector<std::optional<bool>>{false, false, true, true, false}));
 }
@@ -82,7 +85,8 @@ TEST(MapCollation, AComparisonRefusesACollationItCannotHonour) {
         ADD_FAILURE() << "a code point comparison over a de column";
     } catch (core::ZelRuntimeException const& e) {
         EXPECT_EQ(e.GetError(), core::ZelError::FunctionMissing) << e.what();
-        EXPECT_NE(std::string(e.what()).find("no unary function eq(string(de))"), std::string::npos) << e.what();
+        EXPECT_NE(std::string(e.what()).find("no unary function eq(string(de))"), std::string::npos)
+            << e.what();
         EXPECT_NE(std::string(e.what()).find("compares by code point and would ignore the collation"),
                   std::string::npos)
             << e.what();

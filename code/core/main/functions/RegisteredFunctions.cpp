@@ -44,9 +44,10 @@ bool IsPlainString(StoreTypeInfo const& info) {
 
 // Some input of the key is a string, or holds strings, under a collation other than binary.
 bool HasCollatedString(FunctionKey const& key) {
-    return std::any_of(key.GetInputTypes().begin(), key.GetInputTypes().end(), [](KeySegmentType const& type) {
-        return IsCollatedString(type.GetMainType()) || IsCollatedString(type.GetChildType());
-    });
+    return std::any_of(
+        key.GetInputTypes().begin(), key.GetInputTypes().end(), [](KeySegmentType const& type) {
+            return IsCollatedString(type.GetMainType()) || IsCollatedString(type.GetChildType());
+        });
 }
 
 FunctionKey PlainKey(FunctionKey const& key) {
@@ -108,10 +109,11 @@ std::string FunctionRegistry::DescribeMissing(FunctionKey const& key) const {
 
 void FunctionRegistry::MarkCollationSensitive(TStringCore const& name) {
     for (auto& [key, entry] : m_entries) {
-        if (key.GetName() == name &&
-            std::any_of(key.GetInputTypes().begin(), key.GetInputTypes().end(), [](KeySegmentType const& type) {
-                return IsPlainString(type.GetMainType()) || IsPlainString(type.GetChildType());
-            })) {
+        if (key.GetName() == name && std::any_of(key.GetInputTypes().begin(), key.GetInputTypes().end(),
+                                                 [](KeySegmentType const& type) {
+                                                     return IsPlainString(type.GetMainType()) ||
+                                                            IsPlainString(type.GetChildType());
+                                                 })) {
             entry->SetCollationSensitive(true);
         }
     }
@@ -166,7 +168,7 @@ RegisteredFunctions const& FunctionRegistry::Add(RegisteredFunctions entry) {
 }
 
 FunctionInfo const& IFunctionLookup::GetFunctionInfoIn(FunctionKind kind, TStringCore const& name,
-                                                      std::vector<KeySegmentType> const& inputTypes) const {
+                                                       std::vector<KeySegmentType> const& inputTypes) const {
     FunctionKey const key(name, inputTypes);
     switch (kind) {
         case FunctionKind::Unary:

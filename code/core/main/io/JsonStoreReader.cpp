@@ -1121,11 +1121,13 @@ private:
 
 }  // namespace
 
-std::shared_ptr<StoreValue> ReadJsonRoot(std::string_view utf8, StoreValueParser::ReadOptions const& options) {
+std::shared_ptr<StoreValue> ReadJsonRoot(std::string_view utf8,
+                                         StoreValueParser::ReadOptions const& options) {
     return JsonReader(utf8, options).Read(true);
 }
 
-std::shared_ptr<StoreValue> ReadJsonValue(std::string_view utf8, StoreValueParser::ReadOptions const& options) {
+std::shared_ptr<StoreValue> ReadJsonValue(std::string_view utf8,
+                                          StoreValueParser::ReadOptions const& options) {
     return JsonReader(utf8, options).Read(false);
 }
 

@@ -11,6 +11,7 @@ namespace zel::core::io_detail {
 // The root key map of a JSON store document.
 std::shared_ptr<StoreValue> ReadJsonRoot(std::string_view utf8, StoreValueParser::ReadOptions const& options);
 // One value of a JSON document, read as a key map entry is.
-std::shared_ptr<StoreValue> ReadJsonValue(std::string_view utf8, StoreValueParser::ReadOptions const& options);
+std::shared_ptr<StoreValue> ReadJsonValue(std::string_view utf8,
+                                          StoreValueParser::ReadOptions const& options);
 
 }  // namespace zel::core::io_detail

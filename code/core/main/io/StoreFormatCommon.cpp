@@ -9,8 +9,8 @@
 namespace zel::core::io_detail {
 
 std::string ExpandedRowsText(std::string_view layout, std::uint64_t rows, std::uint32_t bound) {
-    return std::string(layout) + " of " + std::to_string(rows) + " rows, more than the " + std::to_string(bound) +
-           " rows a value may expand to (ReadOptions::maxExpandedRows)";
+    return std::string(layout) + " of " + std::to_string(rows) + " rows, more than the " +
+           std::to_string(bound) + " rows a value may expand to (ReadOptions::maxExpandedRows)";
 }
 
 void ThrowFormatError(std::string const& text) {

@@ -37,7 +37,8 @@ std::shared_ptr<IDataStore> MakeDataStoreFromFile(std::filesystem::path const& p
         BinaryProtocolReader reader(std::move(bytes));
         return MakeDataStore(reader, options);
     }
-    return MakeDataStore(std::string_view(reinterpret_cast<char const*>(bytes.data()), bytes.size()), options);
+    return MakeDataStore(std::string_view(reinterpret_cast<char const*>(bytes.data()), bytes.size()),
+                         options);
 }
 
 std::shared_ptr<StoreValue> MakeValue(std::string_view utf8, ReadOptions const& options) {

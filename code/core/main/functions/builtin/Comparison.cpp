@@ -56,21 +56,33 @@ void RegisterNoCase(FunctionLookup& lookup) {
     KeySegmentType const noCase(StoreTypeInfo(StoreType::String, false, Collation::Named(L"nocase")));
     FunctionTypes const unary{{noCase}, {}};
     FunctionTypes const binary{{noCase, noCase}, {}};
-    lookup.RegisterUnary(L"eq", [](A v, A x) { return NoCase().Equal(x.View(), v.View()); }, unary);
-    lookup.RegisterUnary(L"ne", [](A v, A x) { return !NoCase().Equal(x.View(), v.View()); }, unary);
-    lookup.RegisterUnary(L"lt", [](A v, A x) { return CompareNoCase(x, v) < 0; }, unary);
-    lookup.RegisterUnary(L"le", [](A v, A x) { return CompareNoCase(x, v) <= 0; }, unary);
-    lookup.RegisterUnary(L"gt", [](A v, A x) { return CompareNoCase(x, v) > 0; }, unary);
-    lookup.RegisterUnary(L"ge", [](A v, A x) { return CompareNoCase(x, v) >= 0; }, unary);
+    lookup.RegisterUnary(
+        L"eq", [](A v, A x) { return NoCase().Equal(x.View(), v.View()); }, unary);
+    lookup.RegisterUnary(
+        L"ne", [](A v, A x) { return !NoCase().Equal(x.View(), v.View()); }, unary);
+    lookup.RegisterUnary(
+        L"lt", [](A v, A x) { return CompareNoCase(x, v) < 0; }, unary);
+    lookup.RegisterUnary(
+        L"le", [](A v, A x) { return CompareNoCase(x, v) <= 0; }, unary);
+    lookup.RegisterUnary(
+        L"gt", [](A v, A x) { return CompareNoCase(x, v) > 0; }, unary);
+    lookup.RegisterUnary(
+        L"ge", [](A v, A x) { return CompareNoCase(x, v) >= 0; }, unary);
     lookup.RegisterUnary(
         L"between", [](A lo, A hi, A x) { return CompareNoCase(lo, x) <= 0 && CompareNoCase(x, hi) <= 0; },
         unary);
-    lookup.RegisterBinary(L"eq", [](A a, A b) { return NoCase().Equal(a.View(), b.View()); }, binary);
-    lookup.RegisterBinary(L"ne", [](A a, A b) { return !NoCase().Equal(a.View(), b.View()); }, binary);
-    lookup.RegisterBinary(L"lt", [](A a, A b) { return CompareNoCase(a, b) < 0; }, binary);
-    lookup.RegisterBinary(L"le", [](A a, A b) { return CompareNoCase(a, b) <= 0; }, binary);
-    lookup.RegisterBinary(L"gt", [](A a, A b) { return CompareNoCase(a, b) > 0; }, binary);
-    lookup.RegisterBinary(L"ge", [](A a, A b) { return CompareNoCase(a, b) >= 0; }, binary);
+    lookup.RegisterBinary(
+        L"eq", [](A a, A b) { return NoCase().Equal(a.View(), b.View()); }, binary);
+    lookup.RegisterBinary(
+        L"ne", [](A a, A b) { return !NoCase().Equal(a.View(), b.View()); }, binary);
+    lookup.RegisterBinary(
+        L"lt", [](A a, A b) { return CompareNoCase(a, b) < 0; }, binary);
+    lookup.RegisterBinary(
+        L"le", [](A a, A b) { return CompareNoCase(a, b) <= 0; }, binary);
+    lookup.RegisterBinary(
+        L"gt", [](A a, A b) { return CompareNoCase(a, b) > 0; }, binary);
+    lookup.RegisterBinary(
+        L"ge", [](A a, A b) { return CompareNoCase(a, b) >= 0; }, binary);
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ std::unique_ptr<Transform> MakeMapTransform(OpMapSpec const& spec, core::IFuncti
     core::FunctionSpec const& functionSpec = *spec.GetFunctionSpec();
     std::vector<core::KeySegmentType> const inputTypes = spec.GetFunctionInputTypes(types);
     core::FunctionKey key(functionSpec.GetFunctionId(), inputTypes);
-    core::FunctionInfo const& info = 
+    core::FunctionInfo const& info =
         functions.GetFunctionInfoIn(core::FunctionKind::Unary, key.GetName(), key.GetInputTypes());
     StoreType const inputType = inputTypes.at(0).GetMainType().GetStoreType();
 
