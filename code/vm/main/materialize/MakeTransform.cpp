@@ -1,6 +1,7 @@
 #include "zel/vm/materialize/MakeTransform.h"
 
 #include "transform/CopyTransform.h"
+#include "transform/flatdata/MakeFilterTransform.h"
 #include "transform/flatdata/MakeMapTransform.h"
 #include "zel/core/utility/ZelCheck.h"
 #include "zel/vm/vtl/OpApplyByPartitionSpec.h"
@@ -74,7 +75,7 @@ std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec,
         case OperatorType::Else:
             ZEL_FAIL(ZelError::OperatorNotMaterialised);
         case OperatorType::Filter:
-            return NotInThisBuild<OpFilterSpec>(spec);
+            return MakeFilterTransform(OpFilterSpec(spec), functions, types, options);
         case OperatorType::GroupBy:
             return NotInThisBuild<OpGroupBySpec>(spec);
         case OperatorType::Index:
