@@ -1,6 +1,7 @@
 #include "zel/vm/materialize/MakeTransform.h"
 
 #include "transform/CopyTransform.h"
+#include "transform/flatdata/MakeAggregateTransform.h"
 #include "transform/flatdata/MakeFilterTransform.h"
 #include "transform/flatdata/MakeMapTransform.h"
 #include "zel/core/utility/ZelCheck.h"
@@ -93,13 +94,13 @@ std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec,
         case OperatorType::Output:
             return NotInThisBuild<OpOutputSpec>(spec);
         case OperatorType::Reduce:
-            return NotInThisBuild<OpReduceSpec>(spec);
+            return MakeAggregateTransform(OpReduceSpec(spec), functions, types, options);
         case OperatorType::Return:
             return NotInThisBuild<OpReturnSpec>(spec);
         case OperatorType::Scan:
-            return NotInThisBuild<OpScanSpec>(spec);
+            return MakeAggregateTransform(OpScanSpec(spec), functions, types, options);
         case OperatorType::ScanRight:
-            return NotInThisBuild<OpScanRightSpec>(spec);
+            return MakeAggregateTransform(OpScanRightSpec(spec), functions, types, options);
         case OperatorType::SetValue:
             return NotInThisBuild<OpSetValueSpec>(spec);
         case OperatorType::SetValueMulti:
