@@ -27,19 +27,18 @@
 #include <thread>
 #include <vector>
 
+#include "BenchSupport.h"
 #include "vorsys/thread/TThreadPool.h"
-#include "zel/core/functions/BuiltinFunctions.h"
 #include "zel/core/io/StoreValueParser.h"
 #include "zel/core/store/ArrayFactory.h"
 #include "zel/core/store/ITypedArray.h"
-#include "zel/core/store/TypeLookup.h"
 #include "zel/core/utility/HugePageAllocator.h"
-#include "zel/core/vtl/VtlParser.h"
-#include "zel/vm/materialize/MakeTransform.h"
 
 namespace {
 
 using namespace zel;
+using bench::Items;
+using bench::Options;
 using core::KeyPath;
 
 constexpr std::size_t c_count = 10'000'000;
@@ -117,43 +116,16 @@ StringData& Strings() {
     return data;
 }
 
-core::IFunctionLookup const& Functions() {
-    static std::unique_ptr<core::IFunctionLookup> const lookup = core::MakeBuiltinFunctionLookup();
-    return *lookup;
-}
-
 // The Map transform of `function` over ~init.a, as the machine makes it from a program.
 std::unique_ptr<vm::Transform> MakeMap(std::string const& type, std::string const& function,
                                        vm::VMOptions const& options) {
-    std::string const program =
-        "input ~init.a : " + type + "\nb : " + type + " = Map(~init.a) fn " + function + "\n";
-    std::vector<core::TransformSpec> specs;
-    std::vector<core::GraphEdge> edges;
-    core::OutputKeySet outputs;
-    core::ParseVtlPayload(std::string_view(program), specs, edges, outputs);
-    return vm::MakeTransform(specs.at(0), Functions(), core::KeyPathTypeLookup(), options);
+    return bench::MakeFirstTransform(
+        "input ~init.a : " + type + "\nb : " + type + " = Map(~init.a) fn " + function + "\n", options);
 }
 
-vm::VMOptions Options(bool parallel) {
-    vm::VMOptions options;
-    options.SetUseParallelTransforms(parallel);
-    options.SetMaxWorkerThreadsToUse(1);
-    return options;
-}
-
-void Items(benchmark::State& state, std::size_t count) {
-    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * count));
-}
-
-// One DoTransform, the result dropped inside the timer as the loops below drop theirs.
 void RunMachine(benchmark::State& state, vm::Transform const& map,
                 std::shared_ptr<core::StoreValue> const& column, std::size_t count) {
-    vm::TransformValues const inputs{{KeyPath::FromTexts({L"~init", L"a"}), column}};
-    for (auto _ : state) {
-        vm::TransformValues result = map.DoTransform(inputs, nullptr);
-        benchmark::DoNotOptimize(result);
-    }
-    Items(state, count);
+    bench::RunMachine(state, map, {{KeyPath::FromTexts({L"~init", L"a"}), column}}, count);
 }
 
 // ---- multiply(2.0) over 10 million doubles ------------------------------------------------------
