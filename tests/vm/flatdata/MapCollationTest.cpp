@@ -1,7 +1,8 @@
 // String comparisons over a collated column compare as the column's collation does, so that they
-// agree with its key sets; a collation they cannot honour is refused when the machine is made.
+// agree with its key sets and with Filter; a collation they cannot honour is refused when the machine is
+// made.
 
-#include "flatdata/MapTestSupport.h"
+#include "vm/flatdata/MapTestSupport.h"
 #include "zel/core/io/StoreValueParser.h"
 #include "zel/core/utility/ZelException.h"
 
@@ -54,12 +55,14 @@ TEST(MapCollation, ComparisonsOverANocaseColumnFollowItsCollation) {
     EXPECT_EQ(Bools(binary), (std::vector<std::optional<bool>>{false, true, false, false, false}));
 }
 
-// eq finds a row exactly where a key set of the column's collation finds its key.
-TEST(MapCollation, EqAgreesWithAKeySetLookupOnTheSameColumn) {
+// eq finds a row exactly where a key set of the column's collation finds its key, and Filter by eq
+// keeps those rows.
+TEST(MapCollation, EqFilterAndAKeySetLookupAgreeOnTheSameColumn) {
     std::string const program = R"(
         input ~init.a : array<string(nocase)>, ~init.keys : object
         b : array<bool> = Map(~init.a) fn eq("B")
         c : array<double> = Map(~init.a) fn lookup_double(~init.keys)
+        d : array<string(nocase)> = Filter(~init.a) fn eq("B") value false
     )";
     core::StoreValueMap entries;
     entries.emplace(L"a", Words("nocase"));
@@ -77,6 +80,8 @@ TEST(MapCollation, EqAgreesWithAKeySetLookupOnTheSameColumn) {
             << "row " << row;
     }
     EXPECT_EQ(equal, (std::vector<std::optional<bool>>{false, false, true, true, false}));
+    EXPECT_TRUE(result->GetValue(core::KeyPath(L"d"))
+                    ->Equals(*Json(R"({"$type": "array<string(nocase)>", "values": ["b", "B"]})")));
 }
 
 TEST(MapCollation, AComparisonRefusesACollationItCannotHonour) {
