@@ -141,15 +141,21 @@ TEST(JsonStoreReader, BadInputNamesWhatAndWhere) {
         {"{\"a\": {\"$type\": \"keyset<int32,int32>\", \"keys\": [1], \"values\": []}}",
          {"1 keys for 0 values"}},
         {"{\"a\": {\"$type\": \"none\"}}", {"\"none\" (no value) stands only"}},
-        {"{\"a\": {\"$type\": \"set<array>\", \"values\": [{\"$type\": \"array<int32>\", \"constant\": 1, "
-         "\"count\": 4000000000}]}}",
-         {"elements to hash", "/a"}},
         {"{\"a\": 1, \"a\": 2}", {"duplicate key \"a\""}},
         {"{\"a\\u0024\": {\"\\u0024type\": 1}}", {"expected a type name", "/a$/$type"}},
     };
     for (Case const& c : cases) {
         SCOPED_TRACE(c.json);
         ExpectFormatError([&] { StoreValueParser::MakeDataStore(std::string_view(c.json)); }, c.parts);
+    }
+    // Members that expand to billions of elements to hash are refused even where a host lifts the
+    // bound on expanded rows.
+    std::string_view const hugeMember = R"({"a": {"$type": "set<array>", "values": [{"$type": "array<int32>",
+        "constant": 1, "count": 4000000000}]}})";
+    for (std::uint32_t const bound : {StoreValueParser::c_defaultMaxExpandedRows, ~std::uint32_t{0}}) {
+        ExpectFormatError(
+            [&] { StoreValueParser::MakeDataStore(hugeMember, StoreValueParser::ReadOptions{bound}); },
+            {bound == ~std::uint32_t{0} ? "elements to hash" : "rows a value may expand to", "/a"});
     }
 }
 

@@ -34,6 +34,7 @@ public:
         VtlProgram program;
         unsigned int const count = 1 + Below(8);
         for (unsigned int i = 0; i < count; ++i) {
+            m_writtenByStatement.clear();
             program.specs.push_back(Statement(0));
             // What a statement writes, later statements may read.
             for (KeyPath const& output : program.specs.back().GetOutputs()) {
@@ -101,13 +102,17 @@ private:
         return Pick(types);
     }
 
-    // A new key: at the top, or under a key already written (whose typed segments it shares).
+    // A new key: at the top, or under a key already written (whose typed segments it shares). A
+    // top-level statement nests only under its own outputs: a value and a key inside it are not
+    // written by two statements.
     KeyPath NewKey(unsigned int depth) {
-        KeyPath key = !m_written.empty() && Chance(3) ? Pick(m_written).Add(Name(), MaybeType())
-                                                      : KeyPath(Name(), MaybeType());
+        std::vector<KeyPath> const& parents = depth == 0 ? m_writtenByStatement : m_written;
+        KeyPath key = !parents.empty() && Chance(3) ? Pick(parents).Add(Name(), MaybeType())
+                                                    : KeyPath(Name(), MaybeType());
         m_written.push_back(key);
         if (depth == 0) {
             m_topLevelWritten.push_back(key);
+            m_writtenByStatement.push_back(key);
         }
         return key;
     }
@@ -207,6 +212,7 @@ private:
     std::vector<KeyPath> m_readable;
     std::vector<KeyPath> m_written;
     std::vector<KeyPath> m_topLevelWritten;  // only these can be output keys: children write no edges
+    std::vector<KeyPath> m_writtenByStatement;
 };
 
 TEST(VtlRoundTripTest, PrintedProgramsParseBackToEqualSpecs) {
