@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <unicode/locid.h>
+#include <unicode/unistr.h>
+
 #include <limits>
+#include <random>
 
 #include "core/functions/builtin/BuiltinTestSupport.h"
 #include "zel/core/store/StoreValueUtil.h"
@@ -102,6 +106,42 @@ TEST(BuiltinStrings, CaseTrimLengthAndSearch) {
     EXPECT_EQ((Unary<Text, bool>(L"starts_with", V(Text(L"banana")), Args(f::MakeString(L"an")))), V(false));
     EXPECT_EQ((Unary<Text, bool>(L"ends_with", V(Text(L"banana")), Args(f::MakeString(L"")))), V(true));
     EXPECT_EQ((Unary<Text, Text>(L"upper", S<Text>(Null))), S<Text>(Null));
+}
+
+// Case mapping has a path for ASCII text beside ICU's full mapping; over generated words, some
+// ASCII only and some with letters that map to more than one (ß) or by context (final sigma), both
+// built-ins agree with ICU's mapping of the root locale.
+TEST(BuiltinStrings, CaseMappingAgreesWithTheFullMappingOnEveryKindOfText) {
+    std::wstring const alphabet = L"aZ09 -_~\x7FqQ\u00DF\u03A3\u03C3\u0130\u00C0x";
+    auto const full = [](std::wstring const& word, bool upper) {
+        auto unicode = icu::UnicodeString::fromUTF32(reinterpret_cast<UChar32 const*>(word.data()),
+                                                     static_cast<int32_t>(word.size()));
+        if (upper) {
+            unicode.toUpper(icu::Locale::getRoot());
+        } else {
+            unicode.toLower(icu::Locale::getRoot());
+        }
+        std::wstring mapped(static_cast<std::size_t>(unicode.countChar32()), L'\0');
+        UErrorCode status = U_ZERO_ERROR;
+        unicode.toUTF32(reinterpret_cast<UChar32*>(mapped.data()), static_cast<int32_t>(mapped.size()),
+                        status);
+        return mapped;
+    };
+    std::mt19937 random(7);
+    for (int i = 0; i < 2000; ++i) {
+        // Every other word draws from the ASCII part of the alphabet only.
+        std::size_t const letters = i % 2 == 0 ? 9 : alphabet.size();
+        std::wstring word(random() % 9, L' ');
+        for (auto& c : word) {
+            c = alphabet[random() % letters];
+        }
+        SCOPED_TRACE(TStringCore(word).ToUtf8());
+        EXPECT_EQ((Unary<Text, Text>(L"upper", V(Text(TStringCore(word))))),
+                  V(Text(TStringCore(full(word, true)))));
+        EXPECT_EQ((Unary<Text, Text>(L"lower", V(Text(TStringCore(word))))),
+                  V(Text(TStringCore(full(word, false)))));
+    }
+    EXPECT_EQ((Unary<Text, Text>(L"lower", V(Text(L"ΟΔΟΣ")))), V(Text(L"οδος")));
 }
 
 TEST(BuiltinDates, PartsShiftsAndDifferences) {

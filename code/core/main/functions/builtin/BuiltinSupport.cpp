@@ -83,13 +83,51 @@ RIndirectString FormatShortest(T value) {
 
 }  // namespace
 
+namespace {
+
+// Case mapping of ASCII text without ICU: the root locale's full mapping sends the letters of one
+// ASCII case to the other and leaves every other ASCII character alone, so for such text the two
+// give the same result. Text that the mapping leaves unchanged is returned shared, without a copy.
+// Returns nullopt when the text holds a character outside ASCII.
+std::optional<RIndirectString> MapAsciiCase(RIndirectString const& text, wchar_t from, wchar_t to) {
+    std::wstring_view const view = text.View();
+    std::size_t first = view.size();
+    for (std::size_t i = 0; i < view.size(); ++i) {
+        wchar_t const c = view[i];
+        if (c < 0 || c > 0x7F) {
+            return std::nullopt;
+        }
+        if (first == view.size() && c >= from && c <= from + 25) {
+            first = i;
+        }
+    }
+    if (first == view.size()) {
+        return text;
+    }
+    std::wstring mapped(view);
+    for (std::size_t i = first; i < mapped.size(); ++i) {
+        if (mapped[i] >= from && mapped[i] <= from + 25) {
+            mapped[i] = static_cast<wchar_t>(mapped[i] - from + to);
+        }
+    }
+    return RIndirectString(TStringCore(std::move(mapped)));
+}
+
+}  // namespace
+
 RIndirectString ToUpper(RIndirectString const& text) {
+    if (auto ascii = MapAsciiCase(text, L'a', L'A')) {
+        return std::move(*ascii);
+    }
     icu::UnicodeString unicode = ToIcu(text.View());
     unicode.toUpper(icu::Locale::getRoot());
     return FromIcu(unicode);
 }
 
 RIndirectString ToLower(RIndirectString const& text) {
+    if (auto ascii = MapAsciiCase(text, L'A', L'a')) {
+        return std::move(*ascii);
+    }
     icu::UnicodeString unicode = ToIcu(text.View());
     unicode.toLower(icu::Locale::getRoot());
     return FromIcu(unicode);

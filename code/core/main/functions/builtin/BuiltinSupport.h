@@ -223,7 +223,8 @@ KeySetValue<K, V> const& GetKeySet(std::shared_ptr<StoreValue> const& value, cha
 
 // ---- text -------------------------------------------------------------------------------------------
 
-// Full Unicode case mapping of the root locale (so "ß" upper-cases to "SS").
+// Full Unicode case mapping of the root locale (so "ß" upper-cases to "SS"); ASCII text is mapped
+// without ICU, and text the mapping leaves alone comes back shared.
 RIndirectString ToUpper(RIndirectString const& text);
 RIndirectString ToLower(RIndirectString const& text);
 // Without leading and trailing Unicode white space.
