@@ -61,6 +61,7 @@ TEST_F(Vtlrun, UsageErrorsExitWith2AndSayWhy) {
         {m_program, m_store, "--log-level", "loud"},
         {m_program, m_store, "--max-expanded-rows", "0"},
         {m_program, m_store, "--max-expanded-rows", "4294967296"},
+        {m_program, m_store, "--memory-cache", "1048577"},
         {"--list-functions", m_program},
     };
     for (auto const& arguments : commandLines) {
@@ -185,13 +186,15 @@ TEST_F(Vtlrun, BrokenInputNeverCrashes) {
 TEST_F(Vtlrun, OutputFileMetricsAndTrace) {
     std::string const json = (m_scratch.Path() / "result.json").string();
     std::string const trace = (m_scratch.Path() / "run.trace.json").string();
-    ProcessResult const run = RunVtlrun({m_program, m_store, "-o", json, "--metrics", "--trace", trace});
+    ProcessResult const run =
+        RunVtlrun({m_program, m_store, "-o", json, "--metrics", "--trace", trace, "--memory-cache", "3"});
     EXPECT_EQ(run.exitCode, 0) << run.err;
     EXPECT_EQ(run.out, "");
     EXPECT_EQ(ReadFile(json), c_result);
-    // The report on stderr, one line a scope, the machine's and vtlrun's own.
+    // The report on stderr, one line a scope, the machine's and vtlrun's own, then the buffers.
     EXPECT_NE(run.err.find("zel_VM_Execute "), std::string::npos) << run.err;
     EXPECT_NE(run.err.find("vtlrun_ReadFiles "), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find(" MiB cached of at most 3, "), std::string::npos) << run.err;
     std::string const events = ReadFile(trace);
     EXPECT_TRUE(events.starts_with("{\"traceEvents\":[")) << events;
     EXPECT_NE(events.find("\"name\":\"zel_VM_Execute\""), std::string::npos) << events;

@@ -17,6 +17,8 @@ constexpr unsigned int c_maxThreads = 1024;
 // A block is the unit of a vectorised loop; past a few million rows a larger block only costs
 // memory.
 constexpr unsigned int c_maxBlockSize = 1u << 24;
+// 1 TiB: beyond any machine, and its byte count fits in 64 bits.
+constexpr unsigned int c_maxMemoryCacheMebibytes = 1u << 20;
 
 // A whole decimal number from `minimum` to `maximum`. Parsed by hand because the library's
 // conversion to unsigned accepts "-1" and wraps it round.
@@ -53,6 +55,8 @@ options:
   --block-size N         rows per vector block (1 to 16777216, default 1024)
   --max-expanded-rows N  the most rows a constant or run-length array of a store may declare
                          (1 to 4294967295, default 16777216)
+  --memory-cache MIB     the most MiB of freed column buffers kept for reuse (0 to 1048576,
+                         default 1024)
   --no-parallel          run every transform on the calling thread
   --no-vectorise         use the row-by-row transforms instead of the block loops
   --metrics              print the time spent per scope to stderr after the run
@@ -78,6 +82,7 @@ CommandLine ParseCommandLine(int argc, char const* const* argv) {
         ("threads", po::value<std::string>(), "")            //
         ("block-size", po::value<std::string>(), "")         //
         ("max-expanded-rows", po::value<std::string>(), "")  //
+        ("memory-cache", po::value<std::string>(), "")       //
         ("no-parallel", "")                                  //
         ("no-vectorise", "")                                 //
         ("metrics", "")                                      //
@@ -156,6 +161,10 @@ CommandLine ParseCommandLine(int argc, char const* const* argv) {
     if (auto const rows = text("max-expanded-rows")) {
         settings.readOptions.maxExpandedRows =
             ParseCount("max-expanded-rows", *rows, 1, std::numeric_limits<unsigned int>::max());
+    }
+    if (auto const mebibytes = text("memory-cache")) {
+        settings.memoryCacheBytes =
+            std::size_t{ParseCount("memory-cache", *mebibytes, 0, c_maxMemoryCacheMebibytes)} << 20;
     }
     if (values.count("no-parallel") != 0) {
         settings.vmOptions.SetUseParallelTransforms(false);

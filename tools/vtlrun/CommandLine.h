@@ -28,6 +28,9 @@ struct RunSettings {
     zel::vm::VMOptions vmOptions;
     // How the store and the changes are read: the bound on rows that a value may expand to.
     zel::core::StoreValueParser::ReadOptions readOptions;
+    // The bound on the bytes of freed column buffers kept for reuse; the library's default when
+    // not given.
+    std::optional<std::size_t> memoryCacheBytes;
     zel::core::ZelLogLevel logLevel = zel::core::ZelLogLevel::Info;
 };
 

@@ -12,6 +12,7 @@
 #include "vorsys/thread/TThreadPool.h"
 #include "zel/core/functions/BuiltinFunctions.h"
 #include "zel/core/store/KeyPath.h"
+#include "zel/core/utility/BufferPool.h"
 #include "zel/core/utility/ZelException.h"
 #include "zel/core/utility/ZelLog.h"
 #include "zel/core/vtl/VtlParser.h"
@@ -99,11 +100,22 @@ void WriteToStream(std::string_view bytes, std::FILE* stream, char const* what) 
     }
 }
 
+// The column buffers of the run: what is held and how often a freed buffer served again.
+std::string BufferPoolLine() {
+    auto const stats = zel::core::GetBufferPoolStatistics();
+    auto const mebibytes = [](std::size_t bytes) { return std::to_string((bytes + (1u << 19)) >> 20); };
+    return "column buffers: " + mebibytes(stats.inUseBytes) + " MiB in use, " + mebibytes(stats.cachedBytes) +
+           " MiB cached of at most " + mebibytes(stats.bound) + ", " + std::to_string(stats.hits) +
+           " reused, " + std::to_string(stats.misses) + " fresh\n";
+}
+
 void WriteDiagnostics(RunSettings const& settings, std::FILE* diagnostics) {
     if (settings.metrics) {
-        std::string const report = Metrics::GetRegistry().Report().ToUtf8();
-        WriteToStream(report.empty() || report.back() == '\n' ? report : report + '\n', diagnostics,
-                      "metrics report");
+        std::string report = Metrics::GetRegistry().Report().ToUtf8();
+        if (!report.empty() && report.back() != '\n') {
+            report += '\n';
+        }
+        WriteToStream(report + BufferPoolLine(), diagnostics, "metrics report");
     }
     if (settings.trace) {
         WriteFileBytes(*settings.trace, Metrics::GetRegistry().ExportTrace(), "trace");
@@ -165,6 +177,9 @@ Outcome RunProgram(RunSettings const& settings,
     if (settings.threads) {
         // Only fails once the pool exists, and nothing has used it yet.
         TThreadPool::SetNumberOfThreads(*settings.threads);
+    }
+    if (settings.memoryCacheBytes) {
+        zel::core::SetBufferCacheBound(*settings.memoryCacheBytes);
     }
     if (settings.metrics || settings.trace) {
         MetricsFilter::SetFilter(MetricsFilter::c_allBits);

@@ -1,8 +1,6 @@
 #include "zel/core/utility/HugePageAllocator.h"
 
-#include <sys/mman.h>
-
-#include <cstdlib>
+#include "utility/BufferPoolInternal.h"
 
 namespace zel::core {
 
@@ -25,14 +23,7 @@ void* AllocateBuffer(std::size_t bytes, std::size_t alignment) {
         }
         return ::operator new(bytes);
     }
-    std::size_t const rounded = RoundToHugePages(bytes);
-    void* buffer = std::aligned_alloc(c_hugePageSize, rounded);
-    if (buffer == nullptr) {
-        throw std::bad_alloc();
-    }
-    // Only advice: where transparent huge pages are off the buffer works with small pages.
-    ::madvise(buffer, rounded, MADV_HUGEPAGE);
-    return buffer;
+    return TakePooledBuffer(RoundToHugePages(bytes));
 }
 
 void FreeBuffer(void* buffer, std::size_t bytes, std::size_t alignment) noexcept {
@@ -47,7 +38,7 @@ void FreeBuffer(void* buffer, std::size_t bytes, std::size_t alignment) noexcept
         }
         return;
     }
-    std::free(buffer);
+    GivePooledBuffer(buffer);
 }
 
 }  // namespace zel::core
