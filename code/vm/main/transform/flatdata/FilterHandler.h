@@ -4,35 +4,44 @@
 // column lies in) for which a registered predicate holds. The work has two phases: the blocks run
 // the predicate into a column of Bool, in parallel when the predicate allows; then, on one thread,
 // EndTransform collects the kept row numbers and gathers them once, from the column or from the
-// whole table. A predicate that keeps every row costs no gather: the input itself is the result.
+// whole table (a flat column of numbers is compacted in one pass instead, without the row list). A predicate
+// that keeps every row costs no gather: the input itself is the result.
 //
 // The special of a predicate's result has no meaning here: a row is kept or dropped by the value
 // the predicate returned beside it.
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <memory>
 #include <numeric>
 #include <span>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "transform/flatdata/FlatDataHandler.h"
 #include "transform/flatdata/LogicalStorage.h"
 #include "zel/core/functions/ZelFunctions.h"
+#include "zel/core/store/ArrayFactory.h"
 #include "zel/core/store/IStoreArray.h"
 #include "zel/core/store/IStoreTable.h"
+#include "zel/core/store/ITypedArray.h"
 #include "zel/core/utility/ZelCheck.h"
 #include "zel/vm/transform/RawData.h"
 
 namespace zel::vm {
 
-// The numbers of the rows whose byte is not 0, in ascending order. One counting pass sizes the
-// list exactly; the second writes every row number and advances only past a kept one, so the loop
-// has no branch on the data. One slot more than the kept rows takes the write after the last one.
-inline std::vector<unsigned int> KeptRows(std::span<unsigned char const> keep) {
-    std::size_t const kept = static_cast<std::size_t>(
+// How many bytes of `keep` are not 0: the rows a selection keeps.
+inline std::size_t CountKept(std::span<unsigned char const> keep) {
+    return static_cast<std::size_t>(
         std::count_if(keep.begin(), keep.end(), [](unsigned char byte) { return byte != 0; }));
+}
+
+// The numbers of the `kept` rows whose byte is not 0, in ascending order. The loop writes every
+// row number and advances only past a kept one, so it has no branch on the data; one slot more
+// than the kept rows takes the write after the last one.
+inline std::vector<unsigned int> KeptRows(std::span<unsigned char const> keep, std::size_t kept) {
     std::vector<unsigned int> rows(kept + 1);
     unsigned int* const out = rows.data();
     std::size_t next = 0;
@@ -42,6 +51,34 @@ inline std::vector<unsigned int> KeptRows(std::span<unsigned char const> keep) {
     }
     rows.resize(kept);
     return rows;
+}
+
+// The `kept` values of a flat column of fixed-width values without specials whose byte is not 0,
+// copied in one branch-free pass with no list of row numbers between; null for any other column,
+// which goes through a gather.
+template <class T>
+std::shared_ptr<core::StoreValue> CompactFlatColumn(core::StoreValue const& column,
+                                                    std::span<unsigned char const> keep, std::size_t kept) {
+    if constexpr (!std::is_trivially_copyable_v<T>) {
+        return nullptr;
+    } else {
+        auto const& array = column.AsTypedArray<T>();
+        if (array.GetLayout() != core::ArrayLayout::Flat || array.HasSpecialValues() ||
+            array.GetCount() != keep.size()) {
+            return nullptr;
+        }
+        T const* const in = array.GetFlatValues().data();
+        auto values = std::make_unique<core::HugePageVector<T>>(kept + 1);
+        T* const out = values->data();
+        std::size_t next = 0;
+        for (std::size_t row = 0; row < keep.size(); ++row) {
+            out[next] = in[row];
+            next += keep[row] != 0 ? 1 : 0;
+        }
+        values->resize(kept);
+        return core::factory::MakeArray<T>(array.GetElementTypeInfo(), core::StoreTypeInfo::Empty,
+                                           std::move(values), nullptr);
+    }
 }
 
 template <core::LogicalType In>
@@ -89,6 +126,7 @@ public:
     }
 
     void BeginTransform(TransformValues const& inputs, bool useSpecial) override {
+        m_kept.store(0, std::memory_order_relaxed);
         CreatorArguments const arguments = ResolveCreatorArguments(m_creatorArguments.get(), inputs);
         if (useSpecial) {
             m_specialFunction = m_functions.MakeSpecialFunctionFor(&arguments);
@@ -104,12 +142,18 @@ public:
                                                    RawData& rawData) override {
         DropFunctions();
         auto const& bytes = static_cast<TypedRawData<unsigned char>&>(rawData).GetValues();
-        std::vector<unsigned int> rows = KeptRows({bytes.data(), bytes.size()});
+        std::span<unsigned char const> const keep{bytes.data(), bytes.size()};
+        // Every row's byte was written (or filled with 0) and counted by the block that wrote it.
+        std::size_t const kept = m_kept.load(std::memory_order_acquire);
         std::shared_ptr<core::StoreValue> const& source = inputs.GetValue(m_inputPath);
-        if (!input->AsArray().HasIndirectValues() && rows.size() == source->GetCount()) {
+        if (!input->AsArray().HasIndirectValues() && kept == source->GetCount()) {
             return Unfiltered(inputs, source);
         }
-        std::shared_ptr<core::StoreValue> selected = Select(inputs, *input, std::move(rows));
+        std::shared_ptr<core::StoreValue> selected =
+            m_makeTable ? nullptr : CompactFlatColumn<InStorage>(*input, keep, kept);
+        if (!selected) {
+            selected = Select(inputs, *input, KeptRows(keep, kept));
+        }
         if (source->GetStoreType() == core::StoreType::Set) {
             // The members of a Set stay distinct after a selection; the value becomes a Set again.
             selected = selected->AsArray().MakeDistinct(true);
@@ -140,13 +184,15 @@ public:
 
     void TransformValueWithSpecial(InStorage const& value, core::SpecialKind special, RawDataView view,
                                    unsigned int row) override {
-        *static_cast<unsigned char*>(view.GetElementAt(row)) =
-            ToStorage<bool>(m_specialFunction->Call(ToLogical<In>(value), special).first);
+        bool const keep = m_specialFunction->Call(ToLogical<In>(value), special).first;
+        *static_cast<unsigned char*>(view.GetElementAt(row)) = ToStorage<bool>(keep);
+        m_kept.fetch_add(keep ? 1 : 0, std::memory_order_relaxed);
     }
 
     void TransformValue(InStorage const& value, RawDataView view, unsigned int row) override {
-        *static_cast<unsigned char*>(view.GetElementAt(row)) =
-            ToStorage<bool>(m_regularFunction->Call(ToLogical<In>(value)));
+        bool const keep = m_regularFunction->Call(ToLogical<In>(value));
+        *static_cast<unsigned char*>(view.GetElementAt(row)) = ToStorage<bool>(keep);
+        m_kept.fetch_add(keep ? 1 : 0, std::memory_order_relaxed);
     }
 
     void TransformBlockWithSpecials(core::ArrayView<InStorage const> values,
@@ -158,6 +204,7 @@ public:
         m_specialFunction->CallBlock(AsLogicalSpan<In>(values.data(), values.size()),
                                      std::span<core::SpecialKind const>(specials.data(), specials.size()),
                                      AsLogicalSpan<bool>(out.data(), out.size()), block.GetSpecialSpan());
+        m_kept.fetch_add(CountKept(out), std::memory_order_relaxed);
     }
 
     void TransformBlock(core::ArrayView<InStorage const> values, RawDataView view,
@@ -166,6 +213,8 @@ public:
         std::span<unsigned char> const out = block.GetElements<unsigned char>();
         m_regularFunction->CallBlock(AsLogicalSpan<In>(values.data(), values.size()),
                                      AsLogicalSpan<bool>(out.data(), out.size()));
+        // Counted while the block is in cache, so that the end needs no pass over the bytes.
+        m_kept.fetch_add(CountKept(out), std::memory_order_relaxed);
     }
 
 private:
@@ -198,6 +247,8 @@ private:
     Functions m_functions;
     std::unique_ptr<typename Functions::RegularFunction> m_regularFunction;
     std::unique_ptr<typename Functions::SpecialFunction> m_specialFunction;
+    // The rows kept so far in this run, added to by every block, on whichever thread runs it.
+    std::atomic<std::size_t> m_kept{0};
 };
 
 }  // namespace zel::vm
