@@ -140,14 +140,7 @@ template <class T>
 void TransformFlatData<T>::TransformVectorized(ITypedArray<T> const& inputArray, RawDataView& rawDataView,
                                                unsigned int rangeStartIndex, unsigned int rangeLength,
                                                ExecutionParameters const& parameters, bool useSpecial) const {
-    // Declared so that they go in the order tasks, scratch, queue: the queue has stopped every
-    // worker before Run returns, and nothing refers to the scratch once the tasks are gone.
-    std::unique_ptr<TransformWorkQueue> const queue = MakeWorkQueue(parameters);
-    FlatDataScratch<T> scratch(queue->GetThreadCount());
-    std::vector<std::unique_ptr<ITransformTask>> tasks;
-
     unsigned int const blockSize = parameters.blockSize;
-    tasks.reserve(rangeLength / blockSize + 1);
     int const stride = static_cast<int>(blockSize);
     // A backward walk starts from the last row of the range; every block still lands on its own
     // rows of the buffer, so only the order of the blocks changes.
@@ -155,6 +148,25 @@ void TransformFlatData<T>::TransformVectorized(ITypedArray<T> const& inputArray,
         m_handler->GetDirection() == FlatDataDirection::Forwards
             ? StridedIndexGenerator(rangeStartIndex, rangeLength, stride)
             : StridedIndexGenerator(rangeStartIndex + rangeLength - 1, rangeLength, -stride);
+    if (!parameters.runInParallel) {
+        // On the calling thread the blocks run in order as they are cut: no task is kept, so a
+        // long column costs no allocation per block.
+        FlatDataScratch<T> scratch(1);
+        while (blocks.Next()) {
+            unsigned int const start = blocks.GetStartIndex();
+            FlatDataTask<T>(*m_handler, scratch, inputArray, useSpecial, start, start - rangeStartIndex,
+                            blocks.GetLength(), rawDataView)
+                .Run(0);
+        }
+        return;
+    }
+
+    // Declared so that they go in the order tasks, scratch, queue: the queue has stopped every
+    // worker before Run returns, and nothing refers to the scratch once the tasks are gone.
+    std::unique_ptr<TransformWorkQueue> const queue = MakeWorkQueue(parameters);
+    FlatDataScratch<T> scratch(queue->GetThreadCount());
+    std::vector<std::unique_ptr<ITransformTask>> tasks;
+    tasks.reserve(rangeLength / blockSize + 1);
     while (blocks.Next()) {
         unsigned int const start = blocks.GetStartIndex();
         tasks.push_back(std::make_unique<FlatDataTask<T>>(*m_handler, scratch, inputArray, useSpecial, start,
