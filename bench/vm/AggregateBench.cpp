@@ -44,8 +44,9 @@ FoldData& Data() {
         std::uniform_real_distribution<double> value(-1e6, 1e6);
         d.doubles.resize(c_count);
         d.integers.resize(c_count);
-        auto doubleBits = std::make_unique<std::vector<unsigned long long>>(c_count);
-        auto integerBits = std::make_unique<std::vector<unsigned long long>>(c_count);
+        // The machine's columns sit on the same kind of pages as the loops' data.
+        auto doubleBits = std::make_unique<core::HugePageVector<unsigned long long>>(c_count);
+        auto integerBits = std::make_unique<core::HugePageVector<unsigned long long>>(c_count);
         for (std::size_t i = 0; i < c_count; ++i) {
             d.doubles[i] = value(random);
             d.integers[i] = static_cast<long long>(random() % 2'000'001) - 1'000'000;
@@ -53,10 +54,10 @@ FoldData& Data() {
             (*integerBits)[i] = static_cast<unsigned long long>(d.integers[i]);
         }
         d.running.assign(c_count, 0.0);
-        d.doubleColumn =
-            core::factory::MakeArray<unsigned long long>(core::StoreTypeInfo::Double, std::move(doubleBits));
-        d.integerColumn =
-            core::factory::MakeArray<unsigned long long>(core::StoreTypeInfo::Int64, std::move(integerBits));
+        d.doubleColumn = core::factory::MakeArray<unsigned long long>(
+            core::StoreTypeInfo::Double, core::StoreTypeInfo::Empty, std::move(doubleBits), nullptr);
+        d.integerColumn = core::factory::MakeArray<unsigned long long>(
+            core::StoreTypeInfo::Int64, core::StoreTypeInfo::Empty, std::move(integerBits), nullptr);
         return d;
     }();
     return data;

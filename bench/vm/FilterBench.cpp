@@ -50,11 +50,13 @@ struct TableData {
 };
 
 std::shared_ptr<core::StoreValue> Column(core::StoreTypeInfo const& type, auto const& values) {
-    auto bits = std::make_unique<std::vector<unsigned long long>>(values.size());
+    // On the same kind of pages as the loops' data.
+    auto bits = std::make_unique<core::HugePageVector<unsigned long long>>(values.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
         (*bits)[i] = std::bit_cast<unsigned long long>(values[i]);
     }
-    return core::factory::MakeArray<unsigned long long>(type, std::move(bits));
+    return core::factory::MakeArray<unsigned long long>(type, core::StoreTypeInfo::Empty, std::move(bits),
+                                                        nullptr);
 }
 
 TableData& Data() {
