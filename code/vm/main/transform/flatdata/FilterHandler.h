@@ -20,6 +20,10 @@
 #include <utility>
 #include <vector>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "transform/flatdata/FlatDataHandler.h"
 #include "transform/flatdata/LogicalStorage.h"
 #include "zel/core/functions/ZelFunctions.h"
@@ -32,10 +36,26 @@
 
 namespace zel::vm {
 
-// How many bytes of `keep` are not 0: the rows a selection keeps.
+// How many bytes of `keep` are not 0: the rows a selection keeps. Every block of a Filter counts
+// its bytes, so on x86-64 sixteen are counted at once: each is cut to 0 or 1 and summed with the
+// sum-of-absolute-differences instruction, which the compiler does not find by itself.
 inline std::size_t CountKept(std::span<unsigned char const> keep) {
-    return static_cast<std::size_t>(
-        std::count_if(keep.begin(), keep.end(), [](unsigned char byte) { return byte != 0; }));
+    std::size_t row = 0;
+    std::size_t kept = 0;
+#if defined(__SSE2__)
+    __m128i const one = _mm_set1_epi8(1);
+    __m128i sums = _mm_setzero_si128();
+    for (; row + 16 <= keep.size(); row += 16) {
+        __m128i const bytes = _mm_loadu_si128(reinterpret_cast<__m128i const*>(keep.data() + row));
+        sums = _mm_add_epi64(sums, _mm_sad_epu8(_mm_min_epu8(bytes, one), _mm_setzero_si128()));
+    }
+    kept = static_cast<std::size_t>(_mm_cvtsi128_si64(sums)) +
+           static_cast<std::size_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(sums, sums)));
+#endif
+    for (; row < keep.size(); ++row) {
+        kept += keep[row] != 0 ? 1 : 0;
+    }
+    return kept;
 }
 
 // The numbers of the `kept` rows whose byte is not 0, in ascending order. The loop writes every
