@@ -345,32 +345,47 @@ private:
                 values->push_back(std::move(element));
             }
         } else {
-            m.Align(sizeof(T), "elements");
-            m.Require(count, sizeof(T), "elements");
-            std::size_t const at = m.GetOffset();
-            auto const bytes = m.ReadBytes(std::size_t(count) * sizeof(T), "elements");
-            values->resize(count);
-            if (count > 0) {
-                std::memcpy(values->data(), bytes.data(), bytes.size());
-            }
-            if constexpr (std::endian::native == std::endian::big) {
-                for (T& value : *values) {
-                    value = ByteSwap(value);
-                }
-            }
-            if constexpr (std::is_same_v<T, unsigned char>) {
-                for (std::uint32_t i = 0; i < count; ++i) {
-                    if ((*values)[i] > 1) {
-                        m.FailAt(at + i, "a bool is 0 or 1");
-                    }
-                }
-            }
+            CopyFixedWidth(*values, count);
         }
         return values;
     }
 
+    // `count` little-endian elements of a fixed width into a column buffer of the pool.
+    template <class T>
+    std::unique_ptr<HugePageVector<T>> ReadFixedWidthColumn(std::uint32_t count) {
+        auto values = std::make_unique<HugePageVector<T>>();
+        CopyFixedWidth(*values, count);
+        return values;
+    }
+
+    template <class Vector>
+    void CopyFixedWidth(Vector& values, std::uint32_t count) {
+        using T = typename Vector::value_type;
+        m.Align(sizeof(T), "elements");
+        m.Require(count, sizeof(T), "elements");
+        std::size_t const at = m.GetOffset();
+        auto const bytes = m.ReadBytes(std::size_t(count) * sizeof(T), "elements");
+        values.resize(count);
+        if (count > 0) {
+            std::memcpy(values.data(), bytes.data(), bytes.size());
+        }
+        if constexpr (std::endian::native == std::endian::big) {
+            for (T& value : values) {
+                value = ByteSwap(value);
+            }
+        }
+        if constexpr (std::is_same_v<T, unsigned char>) {
+            for (std::uint32_t i = 0; i < count; ++i) {
+                if (values[i] > 1) {
+                    m.FailAt(at + i, "a bool is 0 or 1");
+                }
+            }
+        }
+    }
+
     // A flag byte, then one kind for each of `count` elements when it is 1.
-    std::unique_ptr<std::vector<SpecialKind>> ReadSpecials(std::uint32_t count) {
+    template <class Vector = std::vector<SpecialKind>>
+    std::unique_ptr<Vector> ReadSpecials(std::uint32_t count) {
         std::size_t const at = m.GetOffset();
         std::uint8_t const flag = m.ReadUInt8("specials flag");
         if (flag == 0) {
@@ -380,7 +395,7 @@ private:
             m.FailAt(at, "the specials flag is 0 or 1");
         }
         auto const bytes = m.ReadBytes(count, "specials");
-        auto specials = std::make_unique<std::vector<SpecialKind>>(count);
+        auto specials = std::make_unique<Vector>(count);
         if (count > 0) {
             std::memcpy(specials->data(), bytes.data(), count);
         }
@@ -441,10 +456,19 @@ private:
         switch (static_cast<ArrayLayout>(m.ReadUInt8("layout"))) {
             case ArrayLayout::Flat: {
                 std::uint32_t const count = m.ReadUInt32("element count");
-                auto values = ReadColumn<T>(count, elementType);
-                auto specials = ReadSpecials(count);
-                return factory::MakeArray<T>(elementType, childType, std::move(values), nullptr,
-                                             std::move(specials));
+                if constexpr (std::is_trivially_copyable_v<T>) {
+                    // Fixed widths land in their final buffer in one copy, from the pool of
+                    // column buffers and not cleared first.
+                    auto values = ReadFixedWidthColumn<T>(count);
+                    auto specials = ReadSpecials<HugePageVector<SpecialKind>>(count);
+                    return factory::MakeArray<T>(elementType, childType, std::move(values),
+                                                 std::move(specials));
+                } else {
+                    auto values = ReadColumn<T>(count, elementType);
+                    auto specials = ReadSpecials(count);
+                    return factory::MakeArray<T>(elementType, childType, std::move(values), nullptr,
+                                                 std::move(specials));
+                }
             }
             case ArrayLayout::Indexed: {
                 std::uint32_t const count = m.ReadUInt32("value count");
