@@ -21,9 +21,24 @@ namespace {
 using io_detail::FormatType;
 using ValuePtr = std::shared_ptr<StoreValue>;
 
+// Columns of at least this many bytes go to a sink straight from their own memory.
+constexpr std::size_t c_directColumnBytes = std::size_t{1} << 16;
+
 class BinaryWriter {
 public:
+    BinaryWriter() = default;
+    explicit BinaryWriter(ByteSink const& sink) : m_sink(&sink) {}
+
     std::vector<std::uint8_t> Take() { return std::move(m_out); }
+
+    // Hands what is buffered to the sink.
+    void Flush() {
+        if (m_sink != nullptr && !m_out.empty()) {
+            (*m_sink)(std::span<std::uint8_t const>(m_out.data(), m_out.size()));
+            m_flushed += m_out.size();
+            m_out.clear();
+        }
+    }
 
     void WriteStore(StoreValue const& root) {
         if (root.GetStoreType() != StoreType::KeyMap || root.IsSpecial()) {
@@ -50,7 +65,11 @@ private:
         std::memcpy(m_out.data() + at, &value, sizeof(U));
     }
 
-    void Align(std::size_t width) { m_out.resize((m_out.size() + width - 1) / width * width, 0); }
+    // Pads to a multiple of `width` bytes from the start of the store, wherever the bytes went.
+    void Align(std::size_t width) {
+        std::size_t const offset = m_flushed + m_out.size();
+        m_out.resize(m_out.size() + (width - offset % width) % width, 0);
+    }
 
     std::uint32_t Length(std::size_t length) {
         if (length > std::numeric_limits<std::uint32_t>::max()) {
@@ -208,6 +227,15 @@ private:
             }
         } else {
             Align(sizeof(T));
+            if constexpr (std::endian::native == std::endian::little) {
+                if (m_sink != nullptr && count * sizeof(T) >= c_directColumnBytes) {
+                    Flush();
+                    (*m_sink)(std::span<std::uint8_t const>(reinterpret_cast<std::uint8_t const*>(values),
+                                                            count * sizeof(T)));
+                    m_flushed += count * sizeof(T);
+                    return;
+                }
+            }
             std::size_t const at = m_out.size();
             m_out.resize(at + count * sizeof(T));
             if constexpr (std::endian::native == std::endian::big) {
@@ -336,6 +364,8 @@ private:
     }
 
     std::vector<std::uint8_t> m_out;
+    ByteSink const* m_sink = nullptr;
+    std::size_t m_flushed = 0;  // bytes already handed to the sink
     io_detail::WriterPath m_path{"binary store writer"};
 };
 
@@ -349,6 +379,12 @@ std::vector<std::uint8_t> WriteRoot(StoreValue const& root) {
     BinaryWriter writer;
     writer.WriteStore(root);
     return writer.Take();
+}
+
+void WriteStore(IDataStore const& store, ByteSink const& sink) {
+    BinaryWriter writer(sink);
+    writer.WriteStore(*store.GetRootValue());
+    writer.Flush();
 }
 
 }  // namespace zel::core::BinaryProtocolWriter
