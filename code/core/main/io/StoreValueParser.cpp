@@ -28,7 +28,17 @@ std::shared_ptr<IDataStore> MakeDataStoreFromFile(std::filesystem::path const& p
     std::ifstream file(path, std::ios::binary);
     std::vector<std::uint8_t> bytes;
     if (file) {
-        bytes.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+        // A regular file is read in one call into a buffer of its size; whatever follows (a pipe,
+        // a file that grew meanwhile) is read on to its end.
+        std::error_code sizeError;
+        if (auto const size = std::filesystem::file_size(path, sizeError); !sizeError && size > 0) {
+            bytes.resize(static_cast<std::size_t>(size));
+            file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+            bytes.resize(static_cast<std::size_t>(file.gcount()));
+        }
+        if (file) {
+            bytes.insert(bytes.end(), std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+        }
     }
     if (!file && !file.eof()) {
         io_detail::ThrowFormatError("cannot read the store file " + path.string());
