@@ -1,19 +1,30 @@
-# vor_library(NAME <target> DIR <dir> [DEPS <targets>...])
-# One static library per directory: public headers under <dir>/public, the rest under <dir>/main.
-# Sources are gathered by glob so that a new file needs no edit here; while a library has no
-# sources yet it is an interface target that carries its headers and dependencies.
+include(GNUInstallDirs)
+
+# vor_library(NAME <target> DIR <dir> EXPORT_NAME <name> [DEPS <targets>...] [PRIVATE_DEPS <targets>...])
+# One library per directory: public headers under <dir>/public, the rest under <dir>/main. Sources
+# are gathered by glob so that a new file needs no edit here. The library is static, or shared when
+# BUILD_SHARED_LIBS is on; a shared one exports only what its public headers declare (they lift the
+# hidden default visibility for themselves). It installs with its public headers into the
+# vorrtvm package, where hosts find it as vorrtvm::<EXPORT_NAME>.
 function(vor_library)
-  cmake_parse_arguments(ARG "" "NAME;DIR" "DEPS" ${ARGN})
+  cmake_parse_arguments(ARG "" "NAME;DIR;EXPORT_NAME" "DEPS;PRIVATE_DEPS" ${ARGN})
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${ARG_DIR}/main/*.cpp")
-  if(sources)
-    add_library(${ARG_NAME} STATIC ${sources})
-    target_include_directories(${ARG_NAME} PUBLIC "${ARG_DIR}/public" PRIVATE "${ARG_DIR}/main")
-    target_link_libraries(${ARG_NAME} PUBLIC ${ARG_DEPS})
-  else()
-    add_library(${ARG_NAME} INTERFACE)
-    target_include_directories(${ARG_NAME} INTERFACE "${ARG_DIR}/public")
-    target_link_libraries(${ARG_NAME} INTERFACE ${ARG_DEPS})
-  endif()
+  add_library(${ARG_NAME} ${sources})
+  add_library(vorrtvm::${ARG_EXPORT_NAME} ALIAS ${ARG_NAME})
+  set_target_properties(${ARG_NAME} PROPERTIES
+    EXPORT_NAME ${ARG_EXPORT_NAME}
+    CXX_VISIBILITY_PRESET hidden
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+  target_include_directories(${ARG_NAME}
+    PUBLIC "$<BUILD_INTERFACE:${ARG_DIR}/public>" "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>"
+    PRIVATE "${ARG_DIR}/main")
+  target_link_libraries(${ARG_NAME} PUBLIC ${ARG_DEPS} PRIVATE ${ARG_PRIVATE_DEPS})
+  install(TARGETS ${ARG_NAME} EXPORT vorrtvmTargets
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(DIRECTORY "${ARG_DIR}/public/" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 endfunction()
 
 # vor_test(NAME <target> DIR <dir> DEPS <targets>...)

@@ -3,12 +3,8 @@
 // The text forms of types that the store code's failure messages use.
 
 #include "vorsys/string/TStringCore.h"
+#include "zel/core/store/StoreValue.h"
 #include "zel/core/utility/ZelCheck.h"
-
-namespace zel::core {
-class StoreValue;
-class StoreTypeInfo;
-}  // namespace zel::core
 
 namespace zel::core::detail {
 

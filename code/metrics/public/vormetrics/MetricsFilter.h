@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <atomic>
 
 // The gate in front of every metric scope. A scope is made only when its bits meet the mask the
@@ -28,3 +30,5 @@ inline bool PassesFilter(Bits bits) noexcept {
 }
 
 }  // namespace MetricsFilter
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -55,3 +57,5 @@ public:
 Registry& GetRegistry();
 
 }  // namespace Metrics
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <chrono>
 #include <span>
 
@@ -18,3 +20,5 @@ TStringCore FormatDuration(std::chrono::nanoseconds duration);
 TStringCore FormatReport(std::span<ScopeStatistics const> statistics);
 
 }  // namespace Metrics
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <chrono>
 #include <memory>
 #include <utility>
@@ -67,3 +69,5 @@ inline std::unique_ptr<Scope> OpenScope(MetricsValue&& value,
 }
 
 }  // namespace Metrics
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <chrono>
 #include <cstdint>
 
@@ -36,3 +38,5 @@ struct TraceEvent {
 };
 
 }  // namespace Metrics
+
+#pragma GCC visibility pop

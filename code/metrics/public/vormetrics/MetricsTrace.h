@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <span>
 #include <string>
 #include <string_view>
@@ -19,3 +21,5 @@ std::string FormatTraceJson(std::span<TraceEvent const> events);
 void AppendJsonEscaped(std::string& out, std::string_view text);
 
 }  // namespace Metrics
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <utility>
 
 #include "vorsys/string/TStringCore.h"
@@ -26,3 +28,5 @@ private:
 };
 
 }  // namespace Metrics
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <atomic>
 
 // The base of objects shared through RefCntPtr: the count lives in the object, so that a plain
@@ -27,3 +29,5 @@ public:
 private:
     mutable std::atomic<unsigned long> m_count{0};
 };
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <compare>
 #include <cstddef>
 #include <functional>
@@ -74,3 +76,5 @@ template <class T, class Base>
 struct std::hash<RefCntPtr<T, Base>> {
     std::size_t operator()(RefCntPtr<T, Base> const& p) const noexcept { return std::hash<T*>{}(p.get()); }
 };
+
+#pragma GCC visibility pop

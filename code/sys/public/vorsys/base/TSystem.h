@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // Facts about the process that the host knows and the library asks for.
 class TSystem {
 public:
@@ -9,3 +11,5 @@ public:
     // Marks the calling thread as the desktop main thread, in place of any marked before.
     static void SetDesktopMainThread() noexcept;
 };
+
+#pragma GCC visibility pop

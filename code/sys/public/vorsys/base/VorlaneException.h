@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <exception>
 #include <string>
 
@@ -39,3 +41,5 @@ private:
 // The failure of vorsys's own inlined headers: throws VorlaneLogicException naming the place and
 // the condition that did not hold.
 [[noreturn]] void ThrowLogicException(char const* sourcePath, int line, char const* conditionText);
+
+#pragma GCC visibility pop

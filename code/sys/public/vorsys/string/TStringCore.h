@@ -1,5 +1,9 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
+#include "vorsys/Visibility.h"
+
 #include <compare>
 #include <cstddef>
 #include <functional>
@@ -81,14 +85,14 @@ public:
         return a.view().compare(b.view()) <=> 0;
     }
 
-    friend TStringCore operator+(TStringCore const& a, TStringCore const& b);
-    friend TStringCore operator+(TStringCore&& a, TStringCore const& b);
-    friend TStringCore operator+(TStringCore const& a, wchar_t const* b);
-    friend TStringCore operator+(TStringCore&& a, wchar_t const* b);
-    friend TStringCore operator+(wchar_t const* a, TStringCore const& b);
-    friend TStringCore operator+(TStringCore const& a, wchar_t b);
-    friend TStringCore operator+(TStringCore&& a, wchar_t b);
-    friend TStringCore operator+(wchar_t a, TStringCore const& b);
+    friend VOR_PUBLIC TStringCore operator+(TStringCore const& a, TStringCore const& b);
+    friend VOR_PUBLIC TStringCore operator+(TStringCore&& a, TStringCore const& b);
+    friend VOR_PUBLIC TStringCore operator+(TStringCore const& a, wchar_t const* b);
+    friend VOR_PUBLIC TStringCore operator+(TStringCore&& a, wchar_t const* b);
+    friend VOR_PUBLIC TStringCore operator+(wchar_t const* a, TStringCore const& b);
+    friend VOR_PUBLIC TStringCore operator+(TStringCore const& a, wchar_t b);
+    friend VOR_PUBLIC TStringCore operator+(TStringCore&& a, wchar_t b);
+    friend VOR_PUBLIC TStringCore operator+(wchar_t a, TStringCore const& b);
 
 private:
     std::wstring m_text;
@@ -105,3 +109,5 @@ template <>
 struct std::hash<TStringCore> {
     std::size_t operator()(TStringCore const& text) const noexcept { return hash_value(text); }
 };
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <functional>
 #include <memory>
 #include <type_traits>
@@ -32,3 +34,5 @@ auto Run(F&& function, Launch launch = Launch::ThreadPoolOrDedicatedThread,
 }
 
 }  // namespace AsyncTask
+
+#pragma GCC visibility pop

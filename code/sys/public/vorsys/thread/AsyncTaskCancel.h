@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <memory>
 
 #include "vorsys/base/RefCntPtr.h"
@@ -40,3 +42,5 @@ private:
 };
 
 }  // namespace AsyncTask
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include "vorsys/base/VorlaneException.h"
 
 namespace AsyncTask {
@@ -22,3 +24,5 @@ public:
 };
 
 }  // namespace AsyncTask
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <functional>
 #include <memory>
 
@@ -25,3 +27,5 @@ std::function<void()> _ApplyExecutionHook(std::function<void()> work, bool onThr
 void _ApplyOnSharedStateCreatedHook(std::weak_ptr<SharedStateBase> state);
 
 }  // namespace AsyncTask
+
+#pragma GCC visibility pop

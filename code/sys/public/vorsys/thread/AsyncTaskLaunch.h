@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <functional>
 
 namespace AsyncTask {
@@ -36,3 +38,5 @@ bool ScheduleOnThreadPool(std::function<void()>&& work, Launch launch);
 void RunOnDedicatedThread(std::function<void()>&& work);
 
 }  // namespace AsyncTask
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 class TCancelEvent;
 
 namespace AsyncTask {
@@ -30,3 +32,5 @@ private:
 };
 
 }  // namespace AsyncTask
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <chrono>
 #include <memory>
 #include <type_traits>
@@ -74,3 +76,5 @@ public:
 };
 
 }  // namespace AsyncTask
+
+#pragma GCC visibility pop

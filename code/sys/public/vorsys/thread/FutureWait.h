@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <chrono>
 #include <vector>
 
@@ -31,3 +33,5 @@ bool WaitForAllFutures(std::vector<Future<T>> const& futures,
 }
 
 }  // namespace AsyncTask
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <chrono>
 
 // Something a thread can wait for. Once signalled, an event of this interface may stay signalled
@@ -16,3 +18,5 @@ public:
     // only looks.
     virtual bool WaitFor(std::chrono::milliseconds timeout) const = 0;
 };
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <chrono>
 
 class IEvent;
@@ -20,3 +22,5 @@ public:
 };
 
 }  // namespace AsyncTask
+
+#pragma GCC visibility pop

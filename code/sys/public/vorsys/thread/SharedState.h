@@ -1,5 +1,9 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
+#include "vorsys/Visibility.h"
+
 #include <atomic>
 #include <chrono>
 #include <exception>
@@ -70,8 +74,8 @@ protected:
     void SetWork(std::function<void()> work) { m_work = std::move(work); }
 
 private:
-    friend void _Launch(std::shared_ptr<SharedStateBase> const& state, Launch launch,
-                        WhenCanceled whenCanceled);
+    friend VOR_PUBLIC void _Launch(std::shared_ptr<SharedStateBase> const& state, Launch launch,
+                                   WhenCanceled whenCanceled);
 
     // Runs the task once: skips it when cancelled before the start (unless told to run anyway),
     // else runs the work as the task's thread and keeps what it throws; then lets go of the work,
@@ -118,3 +122,5 @@ public:
 };
 
 }  // namespace AsyncTask
+
+#pragma GCC visibility pop

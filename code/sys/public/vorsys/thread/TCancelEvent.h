@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <functional>
 #include <mutex>
 
@@ -43,3 +45,5 @@ private:
     std::mutex m_parentMutex;
     RefCntPtr<TCancelEvent, RefCntObject> m_parent;
 };
+
+#pragma GCC visibility pop

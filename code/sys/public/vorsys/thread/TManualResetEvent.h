@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
@@ -27,3 +29,5 @@ private:
     // Written under m_mutex; atomic so that IsSignalled needs no lock.
     std::atomic<bool> m_signalled;
 };
+
+#pragma GCC visibility pop

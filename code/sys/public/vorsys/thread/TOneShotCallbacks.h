@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <atomic>
 #include <functional>
 #include <utility>
@@ -31,3 +33,5 @@ private:
     std::atomic<bool> m_fired{false};
     std::vector<std::pair<void*, std::function<void()>>> m_callbacks;
 };
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <mutex>
 
 // A mutex that the thread holding it may lock again; it is free once unlocked as often as locked.
@@ -21,3 +23,5 @@ public:
 private:
     std::recursive_mutex m_mutex;
 };
+
+#pragma GCC visibility pop

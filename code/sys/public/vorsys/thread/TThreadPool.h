@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <atomic>
 #include <condition_variable>
 #include <deque>
@@ -51,3 +53,5 @@ private:
     std::atomic<unsigned long long> m_busy{0};
     std::vector<std::thread> m_threads;
 };
+
+#pragma GCC visibility pop

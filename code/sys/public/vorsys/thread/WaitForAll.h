@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <chrono>
 #include <vector>
 
@@ -9,3 +11,5 @@
 // signalled in time. milliseconds::max() waits for ever. The waits go through the thread's wait
 // handler when it has one. No event may be null.
 bool WaitForAll(std::vector<IEvent*> const& events, std::chrono::milliseconds timeout);
+
+#pragma GCC visibility pop

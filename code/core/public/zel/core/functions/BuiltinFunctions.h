@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // The built-in function library: arithmetic, comparison, logic, specials, casts, strings, dates,
 // tuples, key-set lookup, aggregation, multinary conditions and scalars, and the log output.
 // docs/functions.md describes them and lists every one as PrintBuiltinFunctions() writes it.
@@ -22,3 +24,5 @@ std::unique_ptr<FunctionLookup> MakeBuiltinFunctionLookup();
 std::string PrintBuiltinFunctions();
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

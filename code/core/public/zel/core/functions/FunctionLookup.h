@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // The lookup a host builds: empty, then filled with its own functions and, if it likes, the
 // built-in library. Registration happens before the lookup is handed to the machine.
 //
@@ -268,3 +270,5 @@ RegisteredFunctions const& FunctionLookup::RegisterMultinary(TStringCore const& 
 }
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // The function objects that the transforms call, and the factories that make them.
 //
 // A unary or binary function has up to two forms. The regular form takes plain values; the special
@@ -89,3 +91,5 @@ template <class R>
 using MultinaryFunctionPointerT = typename MultinaryFunctionPointer<R>::type;
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

@@ -1,5 +1,9 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
+#include "vorsys/Visibility.h"
+
 // The templates that turn a plain function or a captureless lambda into function objects and
 // their factories. FunctionLookup's Register operations use them; a host rarely names them.
 //
@@ -131,28 +135,28 @@ struct FunctionForm {
 
 // Reads one creator argument as T (see the top of this file).
 template <class T>
-T ConvertCreatorArgument(std::shared_ptr<StoreValue> const& value);
+VOR_PUBLIC T ConvertCreatorArgument(std::shared_ptr<StoreValue> const& value);
 
 template <>
-bool ConvertCreatorArgument<bool>(std::shared_ptr<StoreValue> const& value);
+VOR_PUBLIC bool ConvertCreatorArgument<bool>(std::shared_ptr<StoreValue> const& value);
 template <>
-int ConvertCreatorArgument<int>(std::shared_ptr<StoreValue> const& value);
+VOR_PUBLIC int ConvertCreatorArgument<int>(std::shared_ptr<StoreValue> const& value);
 template <>
-long long ConvertCreatorArgument<long long>(std::shared_ptr<StoreValue> const& value);
+VOR_PUBLIC long long ConvertCreatorArgument<long long>(std::shared_ptr<StoreValue> const& value);
 template <>
-float ConvertCreatorArgument<float>(std::shared_ptr<StoreValue> const& value);
+VOR_PUBLIC float ConvertCreatorArgument<float>(std::shared_ptr<StoreValue> const& value);
 template <>
-double ConvertCreatorArgument<double>(std::shared_ptr<StoreValue> const& value);
+VOR_PUBLIC double ConvertCreatorArgument<double>(std::shared_ptr<StoreValue> const& value);
 template <>
-RIndirectString ConvertCreatorArgument<RIndirectString>(std::shared_ptr<StoreValue> const& value);
+VOR_PUBLIC RIndirectString ConvertCreatorArgument<RIndirectString>(std::shared_ptr<StoreValue> const& value);
 template <>
-TStringCore ConvertCreatorArgument<TStringCore>(std::shared_ptr<StoreValue> const& value);
+VOR_PUBLIC TStringCore ConvertCreatorArgument<TStringCore>(std::shared_ptr<StoreValue> const& value);
 template <>
-ZelDateTime ConvertCreatorArgument<ZelDateTime>(std::shared_ptr<StoreValue> const& value);
+VOR_PUBLIC ZelDateTime ConvertCreatorArgument<ZelDateTime>(std::shared_ptr<StoreValue> const& value);
 template <>
-ZelColor ConvertCreatorArgument<ZelColor>(std::shared_ptr<StoreValue> const& value);
+VOR_PUBLIC ZelColor ConvertCreatorArgument<ZelColor>(std::shared_ptr<StoreValue> const& value);
 template <>
-std::shared_ptr<StoreValue> ConvertCreatorArgument<std::shared_ptr<StoreValue>>(
+VOR_PUBLIC std::shared_ptr<StoreValue> ConvertCreatorArgument<std::shared_ptr<StoreValue>>(
     std::shared_ptr<StoreValue> const& value);
 
 // Fails unless a creator of `expected` arguments got a list of that length.
@@ -546,3 +550,5 @@ struct MultinaryThunk<F, void> {
 
 }  // namespace detail
 }  // namespace zel::core
+
+#pragma GCC visibility pop

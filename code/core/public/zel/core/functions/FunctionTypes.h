@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // The C++ types that registered functions see, and how they map to store types.
 //
 //   C++ type                      StoreTypes it serves
@@ -117,3 +119,5 @@ std::string FormatKeySegmentType(KeySegmentType const& type);
 std::string FormatKeySegmentTypes(std::vector<KeySegmentType> const& types);
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // The registries of functions and the lookup that a host hands to the machine.
 //
 // A registry maps a FunctionKey (a name and the types of the inputs) to a RegisteredFunctions
@@ -256,3 +258,5 @@ bool HasMultinaryResultType(StoreTypeInfo const& type) {
 }  // namespace detail
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // The typed wrappers of registry entries that the transforms keep: ZelFunctions<In, Out> (unary),
 // ZelFunctions<A, B, C> (binary) and ZelMultinaryFunction<R>. Each casts the untyped pointers of
 // an entry to what its transform instance expects, makes the function objects of each run and
@@ -471,3 +473,5 @@ private:
 };
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

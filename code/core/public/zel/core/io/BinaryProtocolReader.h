@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // A cursor over the bytes of a binary store. Every read is checked against the bytes that are left:
 // a read past the end is a ZelRuntimeException (StoreFormatError) naming what was being read and
 // the byte offset, never a read out of bounds.
@@ -52,3 +54,5 @@ private:
 };
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

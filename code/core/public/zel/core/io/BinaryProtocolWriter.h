@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // Writes a store in the binary protocol (docs/store-formats.md), which
 // StoreValueParser::MakeDataStore(BinaryProtocolReader&) reads back to an equal store. Arrays keep
 // their layout; fixed-width elements are written as raw little-endian buffers.
@@ -28,3 +30,5 @@ void WriteStore(IDataStore const& store, ByteSink const& sink);
 std::vector<std::uint8_t> WriteRoot(StoreValue const& root);
 
 }  // namespace zel::core::BinaryProtocolWriter
+
+#pragma GCC visibility pop

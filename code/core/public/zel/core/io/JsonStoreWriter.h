@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // Writes a store as the JSON text that StoreValueParser::MakeDataStore reads back to an equal
 // store (docs/store-formats.md). The text is stable: key map entries and table columns in code
 // point order of their names, key set entries in key order, doubles and floats in their shortest
@@ -24,3 +26,5 @@ std::string WriteValue(StoreValue const& value);
 TStringCore WriteStoreText(IDataStore const& store);
 
 }  // namespace zel::core::JsonStoreWriter
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // Reading stores from their two formats (docs/store-formats.md): JSON text and the binary protocol.
 //
 // Bad input of any kind is a ZelRuntimeException (StoreFormatError) whose text says what is wrong
@@ -49,3 +51,5 @@ std::shared_ptr<IDataStore> MakeDataStoreFromFile(std::filesystem::path const& p
 std::shared_ptr<StoreValue> MakeValue(std::string_view utf8, ReadOptions const& options = {});
 
 }  // namespace zel::core::StoreValueParser
+
+#pragma GCC visibility pop

@@ -1,5 +1,9 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
+#include "vorsys/Visibility.h"
+
 #include <cstddef>
 #include <memory>
 #include <vector>
@@ -29,7 +33,7 @@ public:
                                               KeyPath const& input2);
 
     // The same id and equal arguments, in order.
-    friend bool operator==(FunctionSpec const& a, FunctionSpec const& b);
+    friend VOR_PUBLIC bool operator==(FunctionSpec const& a, FunctionSpec const& b);
 
 private:
     TStringCore m_id;
@@ -74,3 +78,5 @@ template <>
 struct std::hash<zel::core::FunctionKey> {
     std::size_t operator()(zel::core::FunctionKey const& key) const noexcept { return hash_value(key); }
 };
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -55,3 +57,5 @@ TStringCore const& OperatorTypeToString(OperatorType type) noexcept;
 std::optional<OperatorType> ParseOperatorTypeName(std::wstring_view name) noexcept;
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

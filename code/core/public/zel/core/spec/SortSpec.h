@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <cstdint>
 
 namespace zel::core {
@@ -15,3 +17,5 @@ enum class SortSpecOrder : std::uint32_t {
 inline constexpr wchar_t SortFuncName[] = L"sort";
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

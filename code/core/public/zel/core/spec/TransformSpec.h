@@ -1,5 +1,9 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
+#include "vorsys/Visibility.h"
+
 #include <memory>
 #include <vector>
 
@@ -46,7 +50,7 @@ public:
 
     // By value: the operator, the typed paths, the function and the value (StoreValuesEqual), and
     // the children in order.
-    friend bool operator==(TransformSpec const& a, TransformSpec const& b);
+    friend VOR_PUBLIC bool operator==(TransformSpec const& a, TransformSpec const& b);
 
 private:
     OperatorType m_type;
@@ -74,3 +78,5 @@ struct GraphEdge {
 };
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

@@ -1,5 +1,9 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
+#include "vorsys/Visibility.h"
+
 #include <memory>
 
 #include "zel/core/store/KeyPath.h"
@@ -26,7 +30,7 @@ public:
     std::shared_ptr<StoreValue> const& GetValue() const noexcept { return m_value; }
 
     // Keys compare as typed paths, constants by value and type (see StoreValuesEqual).
-    friend bool operator==(ValueSpec const& a, ValueSpec const& b);
+    friend VOR_PUBLIC bool operator==(ValueSpec const& a, ValueSpec const& b);
 
 private:
     bool m_isKey;
@@ -39,3 +43,5 @@ private:
 bool StoreValuesEqual(std::shared_ptr<StoreValue> const& a, std::shared_ptr<StoreValue> const& b);
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

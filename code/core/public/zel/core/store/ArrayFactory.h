@@ -1,5 +1,9 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
+#include "vorsys/Visibility.h"
+
 // Factories of arrays and sets, and the concatenation of arrays.
 //
 // T is one of the five storage types (StorageType.h); the element type says how its bits are
@@ -30,55 +34,59 @@ namespace factory {
 // `childType` is StoreTypeInfo::Empty unless the elements have children (arrays of tuples, of
 // arrays). `elementType` must have storage T (UnsupportedTypes otherwise).
 template <StorageElement T>
-std::shared_ptr<StoreValue> MakeArray(StoreTypeInfo const& elementType, StoreTypeInfo const& childType,
-                                      std::unique_ptr<std::vector<T>> values,
-                                      std::unique_ptr<std::vector<unsigned int>> indices,
-                                      std::unique_ptr<std::vector<SpecialKind>> specials);
+VOR_PUBLIC std::shared_ptr<StoreValue> MakeArray(StoreTypeInfo const& elementType,
+                                                 StoreTypeInfo const& childType,
+                                                 std::unique_ptr<std::vector<T>> values,
+                                                 std::unique_ptr<std::vector<unsigned int>> indices,
+                                                 std::unique_ptr<std::vector<SpecialKind>> specials);
 template <StorageElement T>
-std::shared_ptr<StoreValue> MakeArray(StoreTypeInfo const& elementType,
-                                      std::unique_ptr<std::vector<T>> values,
-                                      std::unique_ptr<std::vector<unsigned int>> indices = nullptr,
-                                      std::unique_ptr<std::vector<SpecialKind>> specials = nullptr);
+VOR_PUBLIC std::shared_ptr<StoreValue> MakeArray(
+    StoreTypeInfo const& elementType, std::unique_ptr<std::vector<T>> values,
+    std::unique_ptr<std::vector<unsigned int>> indices = nullptr,
+    std::unique_ptr<std::vector<SpecialKind>> specials = nullptr);
 
 // The flat array of `values`, with `specials` as above (or null), over buffers allocated for huge
 // pages: a finished column buffer becomes an array without a copy. The slots of special entries
 // are reset to the fill of T here, in the buffer handed over.
 template <StorageElement T>
-std::shared_ptr<StoreValue> MakeArray(StoreTypeInfo const& elementType, StoreTypeInfo const& childType,
-                                      std::unique_ptr<HugePageVector<T>> values,
-                                      std::unique_ptr<HugePageVector<SpecialKind>> specials);
+VOR_PUBLIC std::shared_ptr<StoreValue> MakeArray(StoreTypeInfo const& elementType,
+                                                 StoreTypeInfo const& childType,
+                                                 std::unique_ptr<HugePageVector<T>> values,
+                                                 std::unique_ptr<HugePageVector<SpecialKind>> specials);
 
 // `count` copies of `value`, held once.
 template <StorageElement T>
-std::shared_ptr<StoreValue> MakeConstantArray(StoreTypeInfo const& elementType, T const& value,
-                                              unsigned int count);
+VOR_PUBLIC std::shared_ptr<StoreValue> MakeConstantArray(StoreTypeInfo const& elementType, T const& value,
+                                                         unsigned int count);
 // `count` elements, all special of `kind` (which must not be SpecialKind::None).
 template <StorageElement T>
-std::shared_ptr<StoreValue> MakeConstantArray(StoreTypeInfo const& elementType, unsigned int count,
-                                              SpecialKind kind);
+VOR_PUBLIC std::shared_ptr<StoreValue> MakeConstantArray(StoreTypeInfo const& elementType, unsigned int count,
+                                                         SpecialKind kind);
 
 // An array of runs laid end to end; runs of count 0 are dropped. With `indices`, element i is the
 // element at indices[i] of the runs laid end to end, and every index must lie below their total.
 template <StorageElement T>
-std::shared_ptr<StoreValue> MakeRunLengthArray(StoreTypeInfo const& elementType,
-                                               StoreTypeInfo const& childType,
-                                               std::unique_ptr<std::vector<RunLengthEntry<T>>> runs,
-                                               std::unique_ptr<std::vector<unsigned int>> indices = nullptr);
+VOR_PUBLIC std::shared_ptr<StoreValue> MakeRunLengthArray(
+    StoreTypeInfo const& elementType, StoreTypeInfo const& childType,
+    std::unique_ptr<std::vector<RunLengthEntry<T>>> runs,
+    std::unique_ptr<std::vector<unsigned int>> indices = nullptr);
 template <StorageElement T>
-std::shared_ptr<StoreValue> MakeRunLengthArray(StoreTypeInfo const& elementType,
-                                               std::unique_ptr<std::vector<RunLengthEntry<T>>> runs,
-                                               std::unique_ptr<std::vector<unsigned int>> indices = nullptr);
+VOR_PUBLIC std::shared_ptr<StoreValue> MakeRunLengthArray(
+    StoreTypeInfo const& elementType, std::unique_ptr<std::vector<RunLengthEntry<T>>> runs,
+    std::unique_ptr<std::vector<unsigned int>> indices = nullptr);
 
 // The Set of the distinct entries of `values` (with `specials` parallel to them, as for
 // MakeArray), in the order of their first occurrence; strings compare under the element type's
 // collation, objects and tuples by value, and each special kind counts once.
 template <StorageElement T>
-std::shared_ptr<StoreValue> MakeSet(StoreTypeInfo const& elementType, StoreTypeInfo const& childType,
-                                    std::unique_ptr<std::vector<T>> values,
-                                    std::unique_ptr<std::vector<SpecialKind>> specials = nullptr);
+VOR_PUBLIC std::shared_ptr<StoreValue> MakeSet(StoreTypeInfo const& elementType,
+                                               StoreTypeInfo const& childType,
+                                               std::unique_ptr<std::vector<T>> values,
+                                               std::unique_ptr<std::vector<SpecialKind>> specials = nullptr);
 template <StorageElement T>
-std::shared_ptr<StoreValue> MakeSet(StoreTypeInfo const& elementType, std::unique_ptr<std::vector<T>> values,
-                                    std::unique_ptr<std::vector<SpecialKind>> specials = nullptr);
+VOR_PUBLIC std::shared_ptr<StoreValue> MakeSet(StoreTypeInfo const& elementType,
+                                               std::unique_ptr<std::vector<T>> values,
+                                               std::unique_ptr<std::vector<SpecialKind>> specials = nullptr);
 
 }  // namespace factory
 
@@ -95,3 +103,5 @@ std::shared_ptr<StoreValue> ConcatenateArrays(std::vector<std::shared_ptr<StoreV
                                               std::unique_ptr<std::vector<unsigned int>> rows);
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

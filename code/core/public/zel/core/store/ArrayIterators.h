@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // The value range and the value-and-special range of an array, and their iterators.
 //
 // Arrays come in three physical layouts, and a range reads all three without a virtual call:
@@ -282,3 +284,5 @@ inline unsigned int ArrayIterator<T, WithSpecials>::ElementIndex() const {
 }
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <cstdint>
 #include <memory>
 #include <string_view>
@@ -75,3 +77,5 @@ private:
 };
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // A data store: a tree of named values under one root key map, addressed by key paths.
 
 #include <memory>
@@ -66,3 +68,5 @@ std::unique_ptr<IDataStore> MakeDataStore(std::unique_ptr<StoreValueMap> entries
 KeyPathTypeLookup MakeStoreTypeLookup(IDataStore const& store);
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

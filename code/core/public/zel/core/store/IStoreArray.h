@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // The interfaces of arrays and sets that are not tied to a storage type.
 //
 //   value->AsCollection()   IStoreArray     count, element type, layout, specials
@@ -87,3 +89,5 @@ public:
 };
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <memory>
 #include <vector>
 
@@ -27,3 +29,5 @@ public:
 };
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

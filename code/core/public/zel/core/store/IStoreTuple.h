@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <memory>
 #include <vector>
 
@@ -19,3 +21,5 @@ public:
 };
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // ITypedArray<T>: element access to an array or set of storage type T (StorageType.h).
 //
 // Hot loops touch no virtual slot per element. They take, in order of preference:
@@ -60,3 +62,5 @@ public:
 };
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

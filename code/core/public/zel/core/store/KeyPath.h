@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <cstddef>
 #include <functional>
 #include <initializer_list>
@@ -165,3 +167,5 @@ template <>
 struct std::hash<zel::core::KeyPath> {
     std::size_t operator()(zel::core::KeyPath const& path) const noexcept { return path.Hash(); }
 };
+
+#pragma GCC visibility pop

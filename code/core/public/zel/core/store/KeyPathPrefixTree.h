@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -71,3 +73,5 @@ private:
 };
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <initializer_list>
 #include <vector>
 
@@ -24,7 +26,9 @@ public:
     StoreTypeInfo const& GetChildType() const noexcept { return m_childType; }
     bool HasType() const noexcept { return !m_mainType.IsEmpty(); }
 
-    static std::vector<KeySegmentType> MakeVector(std::initializer_list<KeySegmentType> types) { return types; }
+    static std::vector<KeySegmentType> MakeVector(std::initializer_list<KeySegmentType> types) {
+        return types;
+    }
 
     friend bool operator==(KeySegmentType const& a, KeySegmentType const& b) noexcept {
         return a.m_mainType == b.m_mainType && a.m_childType == b.m_childType;
@@ -36,3 +40,5 @@ private:
 };
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

@@ -1,5 +1,9 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
+#include "vorsys/Visibility.h"
+
 // Key sets: a lookup from keys of one storage type to values of another, with a second map for
 // keys that are specials (a special element of a key column finds its value by kind). The
 // function library reads them per row, so the lookups are inline and touch no virtual slot.
@@ -167,10 +171,11 @@ namespace factory {
 // keyType's collation: the map is re-keyed under it, and two keys that the collation makes equal
 // are a ZelRuntimeException (DuplicateKey) naming them.
 template <StorageElement K, StorageElement V>
-std::shared_ptr<StoreValue> MakeKeySet(StoreTypeInfo const& keyType, StoreTypeInfo const& valueType,
-                                       StoreTypeInfo const& valueChildType,
-                                       std::unique_ptr<KeySetMap<K, V>> map,
-                                       std::unique_ptr<KeySetSpecialMap<V>> specialMap);
+VOR_PUBLIC std::shared_ptr<StoreValue> MakeKeySet(StoreTypeInfo const& keyType,
+                                                  StoreTypeInfo const& valueType,
+                                                  StoreTypeInfo const& valueChildType,
+                                                  std::unique_ptr<KeySetMap<K, V>> map,
+                                                  std::unique_ptr<KeySetSpecialMap<V>> specialMap);
 
 }  // namespace factory
 
@@ -207,3 +212,5 @@ ZEL_KEY_SET_EXTERN_V(std::shared_ptr<StoreValue>)
 #undef ZEL_KEY_SET_EXTERN_V
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <cstddef>
 #include <memory>
 
@@ -45,3 +47,5 @@ private:
 };
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

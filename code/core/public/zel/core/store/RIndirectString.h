@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <boost/smart_ptr/intrusive_ptr.hpp>
 #include <boost/smart_ptr/intrusive_ref_counter.hpp>
 
@@ -12,7 +14,7 @@ namespace zel::core {
 class RIndirectString {
 public:
     RIndirectString() noexcept = default;
-    RIndirectString(wchar_t const* text);          // NOLINT: implicit, like TStringCore
+    RIndirectString(wchar_t const* text);  // NOLINT: implicit, like TStringCore
     explicit RIndirectString(TStringCore text);
     RIndirectString(RIndirectString const&) noexcept = default;
     RIndirectString(RIndirectString&&) noexcept = default;
@@ -46,3 +48,5 @@ template <>
 struct std::hash<zel::core::RIndirectString> {
     std::size_t operator()(zel::core::RIndirectString const& text) const noexcept { return hash_value(text); }
 };
+
+#pragma GCC visibility pop

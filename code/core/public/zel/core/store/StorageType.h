@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // The five storage types: how the elements of arrays, sets and buffers are held in memory.
 //
 //   StorageType  C++ type                      StoreTypes
@@ -159,3 +161,5 @@ inline double BitsToDouble(unsigned long long bits) noexcept {
 }
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -57,3 +59,5 @@ std::string_view StoreTypeName(StoreType type) noexcept;
 std::optional<StoreType> ParseStoreTypeName(std::string_view name) noexcept;
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // StoreTypeDispatcher: from a logical StoreType to the one instance of a template that serves
 // its storage type.
 //
@@ -85,3 +87,5 @@ auto StorageTypeDispatcher(StorageType type, Maker&& maker)
 }
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

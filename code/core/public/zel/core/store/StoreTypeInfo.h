@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include "zel/core/store/Collation.h"
 #include "zel/core/store/StoreType.h"
 
@@ -50,3 +52,5 @@ private:
 };
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <cstddef>
 #include <memory>
 #include <type_traits>
@@ -130,3 +132,5 @@ struct std::equal_to<std::shared_ptr<zel::core::StoreValue>> {
         return a == b || (a && b && a->Equals(*b));
     }
 };
+
+#pragma GCC visibility pop

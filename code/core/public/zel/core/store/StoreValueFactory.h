@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // Makers of scalars, specials, tuples, key maps and tables. Arrays and sets have their own makers
 // (MakeArray, MakeConstantArray, MakeSet), key sets theirs in KeySet.h.
 
@@ -51,3 +53,5 @@ std::shared_ptr<StoreValue> MakeTable(StoreValueMap&& columns);
 std::shared_ptr<StoreValue> MakeTable(std::unique_ptr<StoreValueMap> columns);
 
 }  // namespace zel::core::factory
+
+#pragma GCC visibility pop

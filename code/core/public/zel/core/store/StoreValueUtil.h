@@ -1,5 +1,9 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
+#include "vorsys/Visibility.h"
+
 // Free functions over store values: reading and making scalars by C++ type, concatenating tables,
 // and text forms for logs.
 
@@ -21,7 +25,7 @@ namespace zel::core {
 // A null pointer, a special, or a value of another type is a ZelRuntimeException
 // (UnsupportedTypes) naming the wanted and the actual type.
 template <class T>
-T FetchStoreValue(std::shared_ptr<StoreValue> const& value);
+VOR_PUBLIC T FetchStoreValue(std::shared_ptr<StoreValue> const& value);
 
 // Makes a scalar of `type` from its logical C++ value: bool, int, long long, float, double,
 // ZelDateTime (Date or DateTime), ZelColor, TStringCore (String, under the type's collation), or
@@ -30,12 +34,12 @@ T FetchStoreValue(std::shared_ptr<StoreValue> const& value);
 // The C++ type must be the one of `type` (no numeric conversion): otherwise a ZelRuntimeException
 // (UnsupportedTypes). IsSpecial() is false for every value made here.
 template <class T>
-std::shared_ptr<StoreValue> MakeStoreValue(StoreTypeInfo const& type, T value);
+VOR_PUBLIC std::shared_ptr<StoreValue> MakeStoreValue(StoreTypeInfo const& type, T value);
 
 // The same from the storage form (unsigned char, unsigned int, unsigned long long, RIndirectString,
 // std::shared_ptr<StoreValue>): an array element of `type` becomes a scalar of `type`.
 template <class S>
-std::shared_ptr<StoreValue> MakeStoreValueFromStorageType(StoreTypeInfo const& type, S value);
+VOR_PUBLIC std::shared_ptr<StoreValue> MakeStoreValueFromStorageType(StoreTypeInfo const& type, S value);
 
 // One table of the rows of all, in order (rows of earlier tables first). Every value must be a
 // Table with the same column names, and like-named columns must have one element type; otherwise
@@ -65,3 +69,5 @@ std::shared_ptr<StoreValue> SampleStoreValue(StoreValue const& value, unsigned i
 TStringCore SerializeValue(StoreValue const& value);
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

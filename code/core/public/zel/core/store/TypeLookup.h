@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <functional>
 
 #include "zel/core/store/KeyPath.h"
@@ -63,3 +65,5 @@ private:
 };
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <cstdint>
 
 namespace zel::core {
@@ -20,3 +22,5 @@ private:
 };
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -71,3 +73,5 @@ private:
 };
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // ArrayView<T>: a pointer and an element count, the way columns, scratch blocks and buffers are
 // handed between the store, the functions and the machine.
 //
@@ -133,3 +135,5 @@ template <class T, class Allocator>
 ArrayView(std::vector<T, Allocator> const&) -> ArrayView<T const>;
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

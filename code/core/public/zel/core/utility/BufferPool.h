@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // The process-wide pool of large column buffers.
 //
 // A buffer of at least c_hugePageThreshold bytes (see HugePageAllocator.h) comes from this pool
@@ -37,3 +39,5 @@ BufferPoolStatistics GetBufferPoolStatistics();
 void ReleaseCachedBuffers();
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

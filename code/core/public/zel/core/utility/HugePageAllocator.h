@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // Buffers that the kernel may back with 2 MiB pages.
 //
 // The first touch of fresh memory costs far more with 4 KiB pages than with 2 MiB ones, often
@@ -60,3 +62,5 @@ template <class T>
 using HugePageVector = std::vector<T, HugePageAllocator<T>>;
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

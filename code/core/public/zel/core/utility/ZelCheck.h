@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // The one way the system checks a condition: when it fails, make one debug report naming the
 // source, the line, the condition text and the code, then throw an exception with that code.
 //
@@ -66,3 +68,5 @@ namespace zel::core::detail {
     ::zel::core::detail::ReportAndThrowRuntimeText(__FILE__, __LINE__, (error), (text))
 #define ZEL_FAIL_LOGIC_WITH_TEXT(error, text) \
     ::zel::core::detail::ReportAndThrowLogicText(__FILE__, __LINE__, (error), (text))
+
+#pragma GCC visibility pop

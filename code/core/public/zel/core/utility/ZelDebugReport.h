@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <functional>
 #include <string>
 #include <string_view>
@@ -42,3 +44,5 @@ private:
 };
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <cstdint>
 #include <string_view>
 
@@ -111,3 +113,5 @@ constexpr std::uint32_t ZelErrorNumber(ZelError error) noexcept {
 }
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

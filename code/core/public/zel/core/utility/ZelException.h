@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <exception>
 #include <string>
 
@@ -46,3 +48,5 @@ public:
 };
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

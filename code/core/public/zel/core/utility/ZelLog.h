@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <atomic>
 #include <cstdint>
 #include <functional>
@@ -51,3 +53,5 @@ ZelLogger& GetZelLogger();
 void ZelLog(ZelLogLevel level, TStringCore const& text);
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

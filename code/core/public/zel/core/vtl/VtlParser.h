@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <string_view>
 #include <vector>
 
@@ -31,3 +33,5 @@ void ParseVtlPayload(std::string_view utf8, std::vector<TransformSpec>& specs, s
                      OutputKeySet& outputKeys);
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <vector>
 
 #include "vorsys/string/TStringCore.h"
@@ -28,3 +30,5 @@ TStringCore ProgramToString(std::vector<TransformSpec> const& specs, std::vector
                             OutputKeySet const& outputKeys);
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <functional>
 
 #include <boost/unordered/unordered_set.hpp>
@@ -13,3 +15,5 @@ using ChangedKeySet =
     boost::unordered_set<core::KeyPath, std::hash<core::KeyPath>, std::equal_to<core::KeyPath>>;
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

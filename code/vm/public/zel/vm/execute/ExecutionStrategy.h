@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <memory>
 
 namespace zel::vm {
@@ -30,3 +32,5 @@ public:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <cstdint>
 #include <memory>
 
@@ -46,3 +48,5 @@ protected:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

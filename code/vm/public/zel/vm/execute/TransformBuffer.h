@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <memory>
 
 #include "zel/core/store/StoreValue.h"
@@ -35,3 +37,5 @@ class StoreValueTransformBuffer : public ITransformInputBuffer, public ITransfor
 class SelfResettingBuffer : public StoreValueTransformBuffer {};
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

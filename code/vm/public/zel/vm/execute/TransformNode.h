@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <memory>
 #include <vector>
 
@@ -38,3 +40,5 @@ private:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

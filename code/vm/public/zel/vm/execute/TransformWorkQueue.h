@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <memory>
 #include <vector>
 
@@ -31,3 +33,5 @@ public:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

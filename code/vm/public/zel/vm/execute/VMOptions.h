@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 namespace zel::vm {
 
 // The four settings of a run, handed by value to every transform. Nothing validates them: zero is
@@ -33,3 +35,5 @@ private:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

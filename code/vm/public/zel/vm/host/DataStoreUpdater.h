@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <memory>
 
 #include <boost/unordered/unordered_map.hpp>
@@ -30,3 +32,5 @@ private:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

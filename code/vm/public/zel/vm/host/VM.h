@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <memory>
 
 #include "zel/core/store/DataStore.h"
@@ -38,3 +40,5 @@ protected:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <memory>
 #include <vector>
 
@@ -41,3 +43,5 @@ std::unique_ptr<VM> Make(std::vector<std::shared_ptr<ExecutionGraphBuilderInstru
 std::unique_ptr<VM> Make(std::unique_ptr<IExecutionGraph> graph, core::IDataStore const& store);
 
 }  // namespace zel::vm::VMFactory
+
+#pragma GCC visibility pop

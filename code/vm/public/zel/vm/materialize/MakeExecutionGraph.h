@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <memory>
 #include <vector>
 
@@ -20,3 +22,5 @@ std::unique_ptr<IExecutionGraph> MakeExecutionGraph(
     core::IFunctionLookup const& functions, core::ITypeLookup const& types, VMOptions const& options);
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

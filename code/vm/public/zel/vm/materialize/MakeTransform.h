@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <memory>
 
 #include "zel/core/functions/RegisteredFunctions.h"
@@ -17,3 +19,5 @@ std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec,
                                          core::ITypeLookup const& types, VMOptions const& options);
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include "zel/core/store/DataStore.h"
 #include "zel/vm/transform/ICancellationTokenSource.h"
 #include "zel/vm/transform/Transform.h"
@@ -20,3 +22,5 @@ bool TransformOverRangeInPlace(Transform const& transform, core::IDataStore cons
                                ICancellationTokenSource const* cancel);
 
 }  // namespace zel::vm::Execution
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 namespace zel::vm {
 
 // The one way a host stops a run. The machine polls it (never waits on it): at the start of a run,
@@ -21,3 +23,5 @@ inline bool IsCancelled(ICancellationTokenSource const* cancel) {
 }
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

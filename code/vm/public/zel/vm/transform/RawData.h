@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // RawData: the preallocated result buffer of a columnar transform, one element slot and one
 // special byte a row, turned into a store value once at the end. RawDataView: the slice of rows
 // through which one piece of work writes it.
@@ -214,3 +216,5 @@ private:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

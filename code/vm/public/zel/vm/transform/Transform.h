@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <memory>
 #include <vector>
 
@@ -50,3 +52,5 @@ protected:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

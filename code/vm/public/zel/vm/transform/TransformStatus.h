@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <cstdint>
 
 namespace zel::vm {
@@ -13,3 +15,5 @@ enum class TransformStatus : std::int32_t {
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

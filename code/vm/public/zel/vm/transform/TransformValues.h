@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <initializer_list>
 #include <memory>
 #include <utility>
@@ -47,3 +49,5 @@ private:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // The machine's rules for the reserved path space. Input values of a program live under one
 // member "~init" of the working store; a segment that begins with "~" marks the start of a
 // local name space. All functions are free, thread-safe and allocate nothing for paths of up to
@@ -32,3 +34,5 @@ core::KeyPath GetLocalSubpath(core::KeyPath const& path);
 core::KeyPath MakeLocalsPath(TStringCore const& name);
 
 }  // namespace zel::vm::KeyPathUtil
+
+#pragma GCC visibility pop

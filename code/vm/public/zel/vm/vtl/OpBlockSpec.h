@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <vector>
 
 #include "vorsys/string/TStringCore.h"
@@ -33,3 +35,5 @@ private:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

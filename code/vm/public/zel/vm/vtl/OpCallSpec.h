@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <vector>
 
 #include "vorsys/string/TStringCore.h"
@@ -31,3 +33,5 @@ private:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <memory>
 
 #include "zel/core/spec/TransformSpec.h"
@@ -35,3 +37,5 @@ private:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include "zel/core/spec/TransformSpec.h"
 #include "zel/core/store/KeyPath.h"
 
@@ -24,3 +26,5 @@ private:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

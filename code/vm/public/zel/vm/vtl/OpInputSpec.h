@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <memory>
 
 #include "zel/core/spec/FunctionSpec.h"
@@ -27,3 +29,5 @@ private:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <vector>
 
 #include "zel/core/spec/TransformSpec.h"
@@ -25,3 +27,5 @@ private:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include "zel/vm/vtl/OpInnerJoinSpec.h"
 
 namespace zel::vm {
@@ -17,3 +19,5 @@ public:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <memory>
 #include <vector>
 
@@ -34,3 +36,5 @@ private:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <cstddef>
 #include <vector>
 
@@ -42,3 +44,5 @@ private:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

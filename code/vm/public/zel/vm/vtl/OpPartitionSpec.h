@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <cstdint>
 #include <vector>
 
@@ -41,3 +43,5 @@ private:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include "zel/vm/vtl/OpAggregateSpec.h"
 
 namespace zel::vm {
@@ -16,3 +18,5 @@ public:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

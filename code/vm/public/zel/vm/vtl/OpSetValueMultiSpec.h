@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <memory>
 #include <vector>
 
@@ -36,3 +38,5 @@ private:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop

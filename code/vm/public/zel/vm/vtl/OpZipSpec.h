@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 #include <vector>
 
 #include "zel/core/spec/TransformSpec.h"
@@ -27,3 +29,5 @@ private:
 };
 
 }  // namespace zel::vm
+
+#pragma GCC visibility pop
