@@ -61,7 +61,8 @@ void PrintTo(Example const& example, std::ostream* out) {
 std::vector<Example> ListExamples() {
     std::vector<Example> examples;
     for (fs::directory_entry const& entry : fs::directory_iterator(VOR_EXAMPLES_DIR)) {
-        if (entry.is_directory()) {
+        // examples/host is a host program, not a VTL example.
+        if (entry.is_directory() && fs::exists(entry.path() / "program.vtl")) {
             examples.push_back({entry.path().filename().string(), entry.path()});
         }
     }
