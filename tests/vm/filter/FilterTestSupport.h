@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/HostFunctionObjects.h"
 #include "zel/core/functions/BuiltinFunctions.h"
 #include "zel/core/functions/FunctionLookup.h"
 #include "zel/core/io/JsonStoreWriter.h"
@@ -43,11 +44,6 @@ public:
         }
     }
 };
-
-template <class Object, class Interface>
-std::unique_ptr<Interface> MakeHostObject(core::CreatorArguments const*) {
-    return std::make_unique<Object>();
-}
 
 // The built-ins and:
 //   probe_alternate(x): true, false, true, ... in call order: a stateful predicate.

@@ -15,13 +15,14 @@
 #include <utility>
 #include <vector>
 
+#include "support/HostFunctionObjects.h"
 #include "zel/core/functions/BuiltinFunctions.h"
 #include "zel/core/functions/FunctionLookup.h"
 #include "zel/core/store/ArrayFactory.h"
 #include "zel/core/store/DataStore.h"
 #include "zel/core/store/IStoreKeyMap.h"
-#include "zel/core/store/ITypedArray.h"
 #include "zel/core/store/IStoreTuple.h"
+#include "zel/core/store/ITypedArray.h"
 #include "zel/core/store/StoreValue.h"
 #include "zel/core/store/StoreValueFactory.h"
 #include "zel/vm/host/VMFactory.h"
@@ -73,11 +74,6 @@ public:
         }
     }
 };
-
-template <class Object, class Interface>
-std::unique_ptr<Interface> MakeHostObject(core::CreatorArguments const*) {
-    return std::make_unique<Object>();
-}
 
 inline core::FunctionLookup const& Functions() {
     static std::unique_ptr<core::FunctionLookup> const lookup = [] {
