@@ -34,6 +34,7 @@
 #include "zel/core/store/ArrayFactory.h"
 #include "zel/core/store/ITypedArray.h"
 #include "zel/core/utility/HugePageAllocator.h"
+#include "zel/vm/host/VMFactory.h"
 
 namespace {
 
@@ -235,6 +236,52 @@ BENCHMARK(BM_Map_Double_Limit)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Map_Double_AllocatingLoop_Vector)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Map_Double_AllocatingLoop_HugePages)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Map_Double_AllocatingLoop_HugePages_TwoThreads)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// ---- a chain of five Maps in one program ---------------------------------------------------------
+
+constexpr char const* c_chain = R"(input ~init.a : array<double>
+b1 : array<double> = Map(~init.a) fn multiply(2.0)
+b2 : array<double> = Map(b1) fn multiply(2.0)
+b3 : array<double> = Map(b2) fn multiply(2.0)
+b4 : array<double> = Map(b3) fn multiply(2.0)
+b5 : array<double> = Map(b4) fn multiply(2.0)
+output b5
+)";
+
+// The whole machine: made, run and its result taken, each time; each intermediate column is
+// released after its last reader, so its buffer serves a later one.
+void BM_Map_Chain_Machine(benchmark::State& state, bool parallel) {
+    std::shared_ptr<core::IDataStore> const store =
+        core::factory::MakeDataStore(core::StoreValueMap{{L"a", Doubles().column}});
+    for (auto _ : state) {
+        auto const machine =
+            vm::VMFactory::Make(TStringCore::FromUtf8(c_chain), store, bench::Functions(), Options(parallel));
+        machine->Execute();
+        benchmark::DoNotOptimize(machine->MaterializeDataStore());
+    }
+    Items(state, c_count);
+}
+
+// Five limit loops, each from the last one's buffer into the other ready one.
+void BM_Map_Chain_Limit(benchmark::State& state) {
+    DoubleData& data = Doubles();
+    static core::HugePageVector<double> other(c_count, 0.0);
+    double factor = 2.0;
+    benchmark::DoNotOptimize(factor);
+    for (auto _ : state) {
+        Multiply(factor, data.values.data(), data.out.data(), c_count);
+        Multiply(factor, data.out.data(), other.data(), c_count);
+        Multiply(factor, other.data(), data.out.data(), c_count);
+        Multiply(factor, data.out.data(), other.data(), c_count);
+        Multiply(factor, other.data(), data.out.data(), c_count);
+        benchmark::ClobberMemory();
+    }
+    Items(state, c_count);
+}
+
+BENCHMARK_CAPTURE(BM_Map_Chain_Machine, Serial, false)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_Map_Chain_Machine, TwoThreads, true)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Map_Chain_Limit)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 // ---- upper over 1 million short strings ---------------------------------------------------------
 
