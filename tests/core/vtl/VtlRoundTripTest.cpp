@@ -203,8 +203,9 @@ private:
                 children.push_back(Statement(depth + 1));
             }
         }
+        // A Filter read without a value takes the table flag false, so its spec always has one.
         return TransformSpec(type, inputs, outputs, Chance(2) ? Function() : nullptr, std::move(children),
-                             Chance(3) ? Literal() : nullptr);
+                             Chance(3) || type == OperatorType::Filter ? Literal() : nullptr);
     }
 
     std::mt19937 m_random;
@@ -251,12 +252,14 @@ TEST(VtlRoundTripTest, StatementsPrintInTheirShortForms) {
         }
         n = Reduce(flag) fn add() value 0L
         Output() fn log("n", n, 1.5f, date("2024-01-31"), null : string(nocase))
+        kept = Filter(flag) fn gt(0.0)
     )");
     EXPECT_EQ(Print(program.specs),
               "flag : array<double> = Case((~init.s : table).c : array<string(nocase)>, ~init.limit) { "
               "when gt(~init.limit, 10.0) { flag = Map(~init.s.c) fn `to double`() }; else { } }\n"
               "n = Reduce(flag : array<double>) fn add() value 0L\n"
-              "Output() fn log(\"n\", n, 1.5f, date(\"2024-01-31\"), null : string(nocase))\n");
+              "Output() fn log(\"n\", n, 1.5f, date(\"2024-01-31\"), null : string(nocase))\n"
+              "kept = Filter(flag : array<double>) fn gt(0.0) value false\n");
 }
 
 }  // namespace

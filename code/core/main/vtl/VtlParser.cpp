@@ -340,6 +340,10 @@ private:
                 Expected(L"a literal after value");
             }
             statement.value = ParseLiteral();
+        } else if (statement.type == OperatorType::Filter) {
+            // A Filter's value is its table flag, and a program means the column alone unless it
+            // says otherwise.
+            statement.value = factory::MakeBool(false);
         }
         if (Current().IsPunct(L'{')) {
             statement.children = ParseChildren();
