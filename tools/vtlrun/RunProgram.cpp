@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Failure.h"
+#include "ProgressLine.h"
 #include "StoreFiles.h"
 #include "vormetrics/MetricsFilter.h"
 #include "vormetrics/MetricsRegistry.h"
@@ -72,8 +73,10 @@ std::unique_ptr<zel::vm::VM> MakeMachine(RunSettings const& settings, TStringCor
 }
 
 // Execute runs until Complete or Cancelled; anything else is a machine that stopped half-way.
-TransformStatus Run(zel::vm::VM& vm) {
+TransformStatus Run(zel::vm::VM& vm, ProgressLine& progress) {
+    progress.Start(vm.GetExecutionGraph());
     TransformStatus const status = vm.Execute();
+    progress.Finish();
     if (status != TransformStatus::Complete && status != TransformStatus::Cancelled) {
         throw ZelRuntimeException(
             ZelError::GraphNotComplete,
@@ -129,7 +132,8 @@ void WriteDiagnostics(RunSettings const& settings, std::FILE* diagnostics) {
 }
 
 Outcome RunSteps(RunSettings const& settings,
-                 std::shared_ptr<zel::vm::ICancellationTokenSource> const& cancel, std::FILE* out) {
+                 std::shared_ptr<zel::vm::ICancellationTokenSource> const& cancel, std::FILE* out,
+                 std::FILE* diagnostics) {
     TStringCore program;
     std::shared_ptr<zel::core::IDataStore> store;
     std::shared_ptr<zel::core::IDataStore> changes;
@@ -147,14 +151,16 @@ Outcome RunSteps(RunSettings const& settings,
     auto const functions = zel::core::MakeBuiltinFunctionLookup();
     auto const vm = MakeMachine(settings, program, std::move(store), *functions);
     // The machine polls the source at the start of a run too, so a Ctrl-C while the files were
-    // read or the graph was built stops the run before its first node.
-    vm->SetCancellationTokenSource(cancel);
-    if (Run(*vm) == TransformStatus::Cancelled) {
+    // read or the graph was built stops the run before its first node. The progress line asks
+    // the Ctrl-C source whenever the machine asks it.
+    auto const progress = std::make_shared<ProgressLine>(cancel, diagnostics);
+    vm->SetCancellationTokenSource(progress);
+    if (Run(*vm, *progress) == TransformStatus::Cancelled) {
         return Outcome::Cancelled;
     }
     if (changes) {
         ApplyChanges(*vm, *changes);
-        if (Run(*vm) == TransformStatus::Cancelled) {
+        if (Run(*vm, *progress) == TransformStatus::Cancelled) {
             return Outcome::Cancelled;
         }
     }
@@ -190,7 +196,7 @@ Outcome RunProgram(RunSettings const& settings,
 
     Outcome outcome;
     try {
-        outcome = RunSteps(settings, cancel, out);
+        outcome = RunSteps(settings, cancel, out, diagnostics);
     } catch (...) {
         // The figures of a failed run still help to find out why; the failure itself is what the
         // user is told about, so a failure to write them is only logged.
