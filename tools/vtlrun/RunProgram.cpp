@@ -14,6 +14,7 @@
 #include "zel/core/functions/BuiltinFunctions.h"
 #include "zel/core/store/KeyPath.h"
 #include "zel/core/utility/BufferPool.h"
+#include "zel/core/utility/ZelDebugReport.h"
 #include "zel/core/utility/ZelException.h"
 #include "zel/core/utility/ZelLog.h"
 #include "zel/core/vtl/VtlParser.h"
@@ -70,6 +71,23 @@ std::unique_ptr<zel::vm::VM> MakeMachine(RunSettings const& settings, TStringCor
         }
         throw ZelRuntimeException(failure.GetError(), PlaceInProgram(settings.program, failure.GetText()));
     }
+}
+
+// The input types the program declares; none when it does not parse, since making the machine
+// reports that failure with its place in the program.
+std::vector<std::pair<zel::core::KeyPath, zel::core::KeySegmentType>> DeclaredTypesOf(
+    TStringCore const& program) {
+    std::vector<zel::core::TransformSpec> specs;
+    std::vector<zel::core::GraphEdge> edges;
+    zel::core::OutputKeySet outputKeys;
+    try {
+        // Quietly: the failure is reported once, when the machine is made.
+        zel::core::ScopedZelDebugReportHandler const quiet([](zel::core::ZelDebugReport const&) {});
+        zel::core::ParseVtlPayload(program, specs, edges, outputKeys);
+    } catch (ZelException const&) {
+        return {};
+    }
+    return zel::core::DeclaredInputTypes(edges);
 }
 
 // Execute runs until Complete or Cancelled; anything else is a machine that stopped half-way.
@@ -140,10 +158,13 @@ Outcome RunSteps(RunSettings const& settings,
     {
         auto const scope = Metrics::OpenScope(L"vtlrun_ReadFiles");
         program = DecodeProgram(settings.program, ReadFileBytes(settings.program, "program"));
-        store = ReadStoreFile(settings.store, "store", settings.readOptions);
+        // Plain JSON values of the stores are read as the program declares its inputs.
+        zel::core::StoreValueParser::ReadOptions readOptions = settings.readOptions;
+        readOptions.declaredTypes = DeclaredTypesOf(program);
+        store = ReadStoreFile(settings.store, "store", readOptions);
         // Read before the first run, so that a bad changes file costs no run.
         if (settings.changes) {
-            changes = ReadStoreFile(*settings.changes, "changes", settings.readOptions);
+            changes = ReadStoreFile(*settings.changes, "changes", readOptions);
         }
     }
 

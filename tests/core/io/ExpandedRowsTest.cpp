@@ -10,6 +10,12 @@ namespace {
 
 using core::StoreValueParser::ReadOptions;
 
+ReadOptions Bound(std::uint32_t rows) {
+    ReadOptions options;
+    options.maxExpandedRows = rows;
+    return options;
+}
+
 struct ExpandedCase {
     char const* name;
     std::string json;  // a store whose one array declares 11 rows under /m/c
@@ -36,20 +42,19 @@ TEST(ExpandedRows, BothReadersRefuseAnArrayPastTheBoundAndNameIt) {
         std::vector<std::uint8_t> const binary = core::BinaryProtocolWriter::WriteStore(
             *core::StoreValueParser::MakeDataStore(std::string_view(c.json)));
 
-        ExpectFormatError(
-            [&] { core::StoreValueParser::MakeDataStore(std::string_view(c.json), ReadOptions{10}); },
-            {text, "/m/c"});
+        ExpectFormatError([&] { core::StoreValueParser::MakeDataStore(std::string_view(c.json), Bound(10)); },
+                          {text, "/m/c"});
         ExpectFormatError(
             [&] {
                 core::BinaryProtocolReader reader(binary.data(), binary.size());
-                core::StoreValueParser::MakeDataStore(reader, ReadOptions{10});
+                core::StoreValueParser::MakeDataStore(reader, Bound(10));
             },
             {text, "/m/c"});
 
         // At the bound the array reads, whole.
-        auto const store = core::StoreValueParser::MakeDataStore(std::string_view(c.json), ReadOptions{11});
+        auto const store = core::StoreValueParser::MakeDataStore(std::string_view(c.json), Bound(11));
         core::BinaryProtocolReader reader(binary.data(), binary.size());
-        EXPECT_TRUE(core::StoreValueParser::MakeDataStore(reader, ReadOptions{11}));
+        EXPECT_TRUE(core::StoreValueParser::MakeDataStore(reader, Bound(11)));
         EXPECT_TRUE(store->GetValue(core::KeyPath::Parse(L"m.c")));
     }
 }
@@ -68,7 +73,7 @@ TEST(ExpandedRows, ByDefaultAFewBytesCannotDeclareFourBillionRows) {
         listed += (i ? ", " : "") + std::to_string(i);
     }
     listed += "]}";
-    EXPECT_NO_THROW(core::StoreValueParser::MakeDataStore(std::string_view(listed), ReadOptions{10}));
+    EXPECT_NO_THROW(core::StoreValueParser::MakeDataStore(std::string_view(listed), Bound(10)));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "zel/core/store/ITypedArray.h"
 #include "zel/core/store/KeyPath.h"
 #include "zel/core/store/StoreValueUtil.h"
+#include "zel/core/vtl/VtlParser.h"
 
 namespace zel::test {
 namespace {
@@ -45,6 +46,39 @@ TEST(JsonStoreReader, PlainJsonInfersTheNarrowestType) {
     EXPECT_TRUE(
         mixed->Equals(*Read(R"({"$type": "array<double>", "values": [1.0, null, 2.5, {"$special": 2}]})")));
     EXPECT_EQ(mixed->AsTypedArray<unsigned long long>().GetSpecial(1), SpecialKind::Null);
+}
+
+// A program's declared input types guide plain JSON: numbers are read exactly into the declared
+// type, or refused naming the element; a value with "$type" and undeclared keys are read as ever.
+TEST(JsonStoreReader, DeclaredTypesGuidePlainValuesExactly) {
+    std::vector<TransformSpec> specs;
+    std::vector<GraphEdge> edges;
+    OutputKeySet outputs;
+    ParseVtlPayload(
+        std::string_view("input ~init.x : array<double>, ~init.n : int64, ~init.m.k : set<int32>, "
+                         "~init.t : array<double>\n"
+                         "y = Zip(~init.x, ~init.n, ~init.m.k, ~init.t)\n"),
+        specs, edges, outputs);
+    StoreValueParser::ReadOptions options;
+    options.declaredTypes = DeclaredInputTypes(edges);
+    auto const store = StoreValueParser::MakeDataStore(
+        std::string_view(R"({"x": [1, -2], "n": 7, "m": {"k": [3, 1]}, "other": [1],
+                             "t": {"$type": "array<int32>", "values": [1]}})"),
+        options);
+    auto const value = [&](KeyPath const& path) { return store->GetValue(path); };
+    EXPECT_TRUE(value(KeyPath(L"x"))->Equals(*Read(R"({"$type": "array<double>", "values": [1.0, -2.0]})")));
+    EXPECT_TRUE(value(KeyPath(L"n"))->Equals(*factory::MakeInt64(7)));
+    EXPECT_TRUE(value(KeyPath::FromTexts({L"m", L"k"}))
+                    ->Equals(*Read(R"({"$type": "set<int32>", "values": [3, 1]})")));
+    EXPECT_EQ(value(KeyPath(L"other"))->GetValueTypeInfo().GetStoreType(), StoreType::Int32);
+    EXPECT_EQ(value(KeyPath(L"t"))->GetValueTypeInfo().GetStoreType(), StoreType::Int32);
+
+    options.declaredTypes = {{KeyPath(L"x"), KeySegmentType(StoreTypeInfo::Array, StoreTypeInfo::Int32)}};
+    for (char const* json : {R"({"x": [1, 1.5]})", R"({"x": [1, 3e9]})", R"({"x": [1, 3000000000]})"}) {
+        SCOPED_TRACE(json);
+        ExpectFormatError([&] { StoreValueParser::MakeDataStore(std::string_view(json), options); },
+                          {"/x/1"});
+    }
 }
 
 TEST(JsonStoreReader, TypedFormsGiveEveryLayoutAndSpecial) {
@@ -154,7 +188,11 @@ TEST(JsonStoreReader, BadInputNamesWhatAndWhere) {
         "constant": 1, "count": 4000000000}]}})";
     for (std::uint32_t const bound : {StoreValueParser::c_defaultMaxExpandedRows, ~std::uint32_t{0}}) {
         ExpectFormatError(
-            [&] { StoreValueParser::MakeDataStore(hugeMember, StoreValueParser::ReadOptions{bound}); },
+            [&] {
+                StoreValueParser::ReadOptions options;
+                options.maxExpandedRows = bound;
+                StoreValueParser::MakeDataStore(hugeMember, options);
+            },
             {bound == ~std::uint32_t{0} ? "elements to hash" : "rows a value may expand to", "/a"});
     }
 }

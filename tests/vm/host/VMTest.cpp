@@ -167,6 +167,14 @@ TEST(DataStoreUpdater, FlattensKeyMapsAndKeepsTheLastValue) {
                        "(keySegments[0]->GetSegment() != c_InitialSegment)");
 }
 
+// A plain JSON store is read as the program declares its inputs: [1, 2] under array<double>.
+TEST_F(VMTest, AJsonStoreIsReadAsTheProgramDeclaresItsInputs) {
+    auto const vm = Make("input ~init.x : array<double>\ny : array<double> = Map(~init.x) fn multiply(2.0)",
+                         R"({"x": [1, 2]})");
+    EXPECT_EQ(RunToEnd(*vm), Json(R"({"x": {"$type": "array<double>", "values": [1.0, 2.0]},
+                                      "y": {"$type": "array<double>", "values": [2.0, 4.0]}})"));
+}
+
 TEST_F(VMTest, BadProgramsAndStoresFailInMake) {
     EXPECT_THROW(Make("b = Copy(", "{}"), core::ZelRuntimeException);
     EXPECT_THROW(Make(c_chain, "{"), core::ZelRuntimeException);

@@ -2,6 +2,8 @@
 
 #include <simdjson.h>
 
+#include <boost/unordered/unordered_flat_map.hpp>
+
 #include <algorithm>
 #include <bit>
 #include <cctype>
@@ -10,6 +12,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "io/StoreFormatCommon.h"
@@ -196,7 +199,16 @@ std::size_t LocatePointer(simdjson::padded_string const& text, std::vector<std::
 class JsonReader {
 public:
     JsonReader(std::string_view utf8, StoreValueParser::ReadOptions const& options)
-        : m_text(utf8), m_options(options) {}
+        : m_text(utf8), m_options(options) {
+        for (auto const& [path, declared] : options.declaredTypes) {
+            std::string error;
+            std::optional<TypeNode> type =
+                ParseTypeText(FormatType(declared.GetMainType(), declared.GetChildType()), error);
+            if (type && path.GetCount() > 0) {
+                m_declared.emplace(EntryKey(path), std::move(*type));
+            }
+        }
+    }
 
     ValuePtr Read(bool root) {
         dom::element document;
@@ -412,7 +424,10 @@ private:
         StoreValueMap entries;
         for (dom::key_value_pair const field : object) {
             PathScope const scope(*this, std::string(field.key));
-            ValuePtr value = ParseValue(field.value, Slot::Entry, nullptr);
+            EntryScope const entry(*this, table ? std::wstring_view() : Text(field.key).view());
+            auto const declared = table ? m_declared.end() : m_declared.find(m_entryKey);
+            ValuePtr value = declared != m_declared.end() ? ParseDeclared(field.value, declared->second)
+                                                          : ParseValue(field.value, Slot::Entry, nullptr);
             if (!entries.emplace(Text(field.key), std::move(value)).second) {
                 Fail("duplicate key \"" + std::string(field.key) + "\"");
             }
@@ -879,6 +894,133 @@ private:
     }
 
     // An array or set of storage T, in any layout.
+    // The set or array of `type` that holds `values`, through `indices` when there are any.
+    template <class T>
+    ValuePtr CollectionOfValues(TypeNode const& type, Column<T>&& values,
+                                std::unique_ptr<std::vector<unsigned int>> indices) {
+        StoreTypeInfo const& elementType = type.args[0].info;
+        StoreTypeInfo const& childType = type.ChildOfArg(0);
+        if (type.info.GetStoreType() == StoreType::Set) {
+            if constexpr (std::is_same_v<T, ValuePtr>) {
+                if (CountHashedElements(*values.values) > c_maxHashedElements) {
+                    Fail("more than " + std::to_string(c_maxHashedElements) +
+                         " elements to hash in the members of one set or the keys of one key set");
+                }
+            }
+            std::size_t const given = values.size();
+            ValuePtr set = factory::MakeSet<T>(elementType, childType, std::move(values.values),
+                                               std::move(values.specials));
+            if (set->GetCount() != given) {
+                Fail("the members of a set must be distinct: " + std::to_string(given) + " values make " +
+                     std::to_string(set->GetCount()) + " members");
+            }
+            return set;
+        }
+        if (indices) {
+            CheckIndices(*indices, values.size(), "values");
+        }
+        return factory::MakeArray<T>(elementType, childType, std::move(values.values), std::move(indices),
+                                     std::move(values.specials));
+    }
+
+    // Whether a plain JSON value of kind `json` is written as a value of `type` is: numbers for
+    // the numeric types, text for strings and dates, true and false for bool.
+    static bool Fits(Type json, StoreType type) {
+        switch (type) {
+            case StoreType::Int32:
+            case StoreType::Int64:
+            case StoreType::Float:
+            case StoreType::Double:
+                return json == Type::INT64 || json == Type::UINT64 || json == Type::DOUBLE;
+            case StoreType::String:
+            case StoreType::Date:
+            case StoreType::DateTime:
+                return json == Type::STRING;
+            case StoreType::Bool:
+                return json == Type::BOOL;
+            default:
+                return false;
+        }
+    }
+
+    // The kind of the first element of a plain JSON array that is not null; null when all are.
+    static Type FirstKind(dom::element array) {
+        dom::array const elements = array.get_array().value_unsafe();
+        for (dom::element const element : elements) {
+            if (element.type() != Type::NULL_VALUE) {
+                return element.type();
+            }
+        }
+        return Type::NULL_VALUE;
+    }
+
+    // A value at a path whose type the program declares. A plain JSON array whose elements are
+    // written as that type's elements are, or a plain number, text or bool written as that scalar
+    // is, is read as the declared type, exactly: an element that the type cannot hold fails,
+    // named. Anything else is read as it stands, and the machine compares its type with the
+    // declared one.
+    ValuePtr ParseDeclared(dom::element value, TypeNode const& type) {
+        StoreType const storeType = type.info.GetStoreType();
+        Type const jsonType = value.type();
+        if (jsonType == Type::ARRAY && type.kind != TypeNode::Kind::KeySet &&
+            (storeType == StoreType::Array || storeType == StoreType::Set) && type.args.size() == 1) {
+            Type const first = FirstKind(value);
+            if (first == Type::NULL_VALUE || Fits(first, type.args[0].info.GetStoreType())) {
+                return DispatchElement(type.args[0].info, [&]<class T>(StorageTag<T>) -> ValuePtr {
+                    Column<T> values;
+                    ParseColumn<T>(value, type.args[0].info, values);
+                    try {
+                        return CollectionOfValues<T>(type, std::move(values), nullptr);
+                    } catch (ZelRuntimeException const& e) {
+                        if (e.GetError() == ZelError::StoreFormatError) {
+                            throw;
+                        }
+                        Fail("bad " + FormatType(type.info) + ": " + e.GetText().ToUtf8());
+                    }
+                });
+            }
+        }
+        if (type.kind != TypeNode::Kind::KeySet && type.args.empty() && Fits(jsonType, storeType)) {
+            return DispatchElement(type.info, [&]<class T>(StorageTag<T>) -> ValuePtr {
+                T element{};
+                SpecialKind special = SpecialKind::None;
+                ParseElement<T>(value, type.info, std::nullopt, element, special);
+                return MakeStoreValueFromStorageType<T>(type.info, element);
+            });
+        }
+        return ParseValue(value, Slot::Entry, nullptr);
+    }
+
+    // The key of an entry path in m_declared: its segments, each ended by a unit separator.
+    static std::wstring EntryKey(KeyPath const& path) {
+        std::wstring key;
+        for (unsigned int i = 0; i < path.GetCount(); ++i) {
+            key += path.GetSegment(i).GetSegment().view();
+            key += L'\x1F';
+        }
+        return key;
+    }
+
+    // Adds the key of an entry to m_entryKey while the entry is read; an empty key (a table's
+    // column) adds nothing.
+    class EntryScope {
+    public:
+        EntryScope(JsonReader& reader, std::wstring_view key)
+            : m_reader(reader), m_size(reader.m_entryKey.size()) {
+            if (!key.empty()) {
+                m_reader.m_entryKey += key;
+                m_reader.m_entryKey += L'\x1F';
+            }
+        }
+        ~EntryScope() { m_reader.m_entryKey.resize(m_size); }
+        EntryScope(EntryScope const&) = delete;
+        EntryScope& operator=(EntryScope const&) = delete;
+
+    private:
+        JsonReader& m_reader;
+        std::size_t m_size;
+    };
+
     template <class T>
     ValuePtr ParseCollection(dom::object const& object, TypeNode const& type) {
         StoreTypeInfo const& elementType = type.args[0].info;
@@ -923,30 +1065,10 @@ private:
             Fail("\"indices\" go with \"values\" or \"runs\", not with \"constant\"");
         }
         try {
-            if (isSet) {
-                if constexpr (std::is_same_v<T, ValuePtr>) {
-                    if (CountHashedElements(*values->values) > c_maxHashedElements) {
-                        Fail("more than " + std::to_string(c_maxHashedElements) +
-                             " elements to hash in the members of one set or the keys of one key set");
-                    }
-                }
-                std::size_t const given = values->size();
-                ValuePtr set = factory::MakeSet<T>(elementType, childType, std::move(values->values),
-                                                   std::move(values->specials));
-                if (set->GetCount() != given) {
-                    Fail("the members of a set must be distinct: " + std::to_string(given) + " values make " +
-                         std::to_string(set->GetCount()) + " members");
-                }
-                return set;
-            }
             auto indexVector =
                 indices ? std::make_unique<std::vector<unsigned int>>(std::move(*indices)) : nullptr;
             if (values) {
-                if (indexVector) {
-                    CheckIndices(*indexVector, values->size(), "values");
-                }
-                return factory::MakeArray<T>(elementType, childType, std::move(values->values),
-                                             std::move(indexVector), std::move(values->specials));
+                return CollectionOfValues<T>(type, std::move(*values), std::move(indexVector));
             }
             if (constant) {
                 if (*count > m_options.maxExpandedRows) {
@@ -1116,6 +1238,9 @@ private:
     dom::parser m_parser;
     StoreValueParser::ReadOptions m_options;
     std::vector<std::string> m_path;
+    // The declared types by entry key, and the key of the key-map entry being read.
+    boost::unordered_flat_map<std::wstring, TypeNode> m_declared;
+    std::wstring m_entryKey;
     unsigned m_depth = 0;
 };
 

@@ -1075,4 +1075,21 @@ void ParseVtlPayload(std::string_view utf8, std::vector<TransformSpec>& specs, s
     ParseVtlPayload(text, specs, edges, outputKeys);
 }
 
+std::vector<std::pair<KeyPath, KeySegmentType>> DeclaredInputTypes(std::vector<GraphEdge> const& edges) {
+    std::vector<std::pair<KeyPath, KeySegmentType>> declared;
+    for (GraphEdge const& edge : edges) {
+        // Every typed segment below ~init, so that a key map's members are read as declared too.
+        if (!IsUnderInit(edge.key)) {
+            continue;
+        }
+        for (unsigned int count = 2; count <= edge.key.GetCount(); ++count) {
+            KeySegmentType const& type = edge.key.GetSegment(count - 1).GetType();
+            if (type.HasType()) {
+                declared.emplace_back(edge.key.Slice(1, count - 1), type);
+            }
+        }
+    }
+    return declared;
+}
+
 }  // namespace zel::core

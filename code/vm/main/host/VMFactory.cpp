@@ -39,7 +39,11 @@ std::unique_ptr<VM> Make(TStringCore const& vtl, TStringCore const& storeText,
     auto const scope = Metrics::OpenScope(L"zel_VM_Make_slowWeb");
     // The program is read before the store, so that a bad program fails before a large store is.
     ParsedProgram const program = ParseProgram(vtl);
-    std::shared_ptr<core::IDataStore> const store = core::StoreValueParser::MakeDataStore(storeText);
+    // Plain JSON values are read as the program declares its inputs.
+    core::StoreValueParser::ReadOptions readOptions;
+    readOptions.declaredTypes = core::DeclaredInputTypes(program.edges);
+    std::shared_ptr<core::IDataStore> const store =
+        core::StoreValueParser::MakeDataStore(storeText, readOptions);
     return BuildVM(program, *store, functions, options);
 }
 

@@ -14,10 +14,13 @@
 #include <filesystem>
 #include <memory>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "vorsys/string/TStringCore.h"
 #include "zel/core/io/BinaryProtocolReader.h"
 #include "zel/core/store/DataStore.h"
+#include "zel/core/store/KeyPath.h"
 
 namespace zel::core::StoreValueParser {
 
@@ -35,6 +38,11 @@ struct ReadOptions {
     // a StoreFormatError naming it. Arrays that list their values pay for their rows in bytes and
     // are not bound by this.
     std::uint32_t maxExpandedRows = c_defaultMaxExpandedRows;
+    // Types a program declares for values of the store, by their paths below the root (through
+    // key maps). A JSON value there written plainly, without "$type", is read as that type: [1, 2]
+    // as array<double> gives 1.0 and 2.0, while 1.5 or 3e9 as an int32 fails naming the element.
+    // A value with "$type", and the binary protocol, are read as they say.
+    std::vector<std::pair<KeyPath, KeySegmentType>> declaredTypes;
 };
 
 // A store from a JSON document whose root is an object (the top-level entries).

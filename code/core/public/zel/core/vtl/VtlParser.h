@@ -3,6 +3,7 @@
 #pragma GCC visibility push(default)
 
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <boost/unordered/unordered_set.hpp>
@@ -31,6 +32,11 @@ void ParseVtlPayload(TStringCore const& text, std::vector<TransformSpec>& specs,
 // The same over UTF-8 text; bytes that are not UTF-8 are a VtlSyntaxError at their position.
 void ParseVtlPayload(std::string_view utf8, std::vector<TransformSpec>& specs, std::vector<GraphEdge>& edges,
                      OutputKeySet& outputKeys);
+
+// The types that a parsed program declares for its inputs, by their paths in the store (without
+// `~init`): what StoreValueParser::ReadOptions::declaredTypes takes, so that a JSON store is read
+// as the program expects it.
+std::vector<std::pair<KeyPath, KeySegmentType>> DeclaredInputTypes(std::vector<GraphEdge> const& edges);
 
 }  // namespace zel::core
 
