@@ -18,7 +18,8 @@ std::unique_ptr<Transform> MakeAggregateTransform(OpAggregateSpec const& spec,
     std::vector<core::KeySegmentType> const inputTypes = spec.GetFunctionInputTypes(types);
     StoreType const inputType = inputTypes.at(1).GetMainType().GetStoreType();
     core::FunctionKey key(functionSpec.GetFunctionId(), inputTypes);
-    core::FunctionInfo const& info = functions.GetFunctionInfo(key.GetName(), key.GetInputTypes());
+    core::FunctionInfo const& info =
+        functions.GetFunctionInfoIn(core::FunctionKind::Binary, key.GetName(), key.GetInputTypes());
     StoreType const outputType = info.GetOutputType();
     // The accumulator is the function's first input and its output: a function whose output is of
     // another type than its first input cannot fold.

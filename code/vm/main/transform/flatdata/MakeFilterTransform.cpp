@@ -17,7 +17,8 @@ std::unique_ptr<Transform> MakeFilterTransform(OpFilterSpec const& spec,
     core::FunctionSpec const& functionSpec = *spec.GetFunctionSpec();
     std::vector<core::KeySegmentType> const inputTypes = spec.GetFunctionInputTypes(types);
     core::FunctionKey key(functionSpec.GetFunctionId(), inputTypes);
-    core::FunctionInfo const& info = functions.GetFunctionInfo(key.GetName(), key.GetInputTypes());
+    core::FunctionInfo const& info =
+        functions.GetFunctionInfoIn(core::FunctionKind::Unary, key.GetName(), key.GetInputTypes());
     StoreType const inputType = inputTypes.at(0).GetMainType().GetStoreType();
 
     FilterTransformParts parts{
