@@ -39,20 +39,22 @@ public:
     // the result of a Reduce, the element type of a Scan's result.
     AggregateHandler(core::OperatorType operatorType, std::shared_ptr<core::StoreValue> initialValue,
                      Functions functions, core::KeySegmentType outputType,
-                     std::unique_ptr<CreatorArgumentSpecs> creatorArguments)
-        : m_creatorArguments(std::move(creatorArguments)),
+                     std::unique_ptr<CreatorValues> creatorValues)
+        : m_creatorValues(std::move(creatorValues)),
           m_operatorType(operatorType),
           m_functions(std::move(functions)),
           m_outputType(std::move(outputType)),
           m_initialValue(std::move(initialValue)) {}
 
     void AddInputPaths(std::vector<core::KeyPath>& paths) const override {
-        AddCreatorArgumentPaths(m_creatorArguments.get(), paths);
+        if (m_creatorValues) {
+            m_creatorValues->GetKeys(paths);
+        }
     }
     core::OperatorType GetOperatorType() const override { return m_operatorType; }
     std::unique_ptr<FlatDataHandler<InStorage>> Clone() const override {
         return std::make_unique<AggregateHandler>(m_operatorType, m_initialValue, m_functions, m_outputType,
-                                                  CloneCreatorArguments(m_creatorArguments.get()));
+                                                  CloneCreatorValues(m_creatorValues.get()));
     }
     FlatDataDirection GetDirection() const override {
         return IsScanRight() ? FlatDataDirection::Backwards : FlatDataDirection::Forwards;
@@ -91,7 +93,8 @@ public:
         } else {
             m_accumulator = ToLogical<B>(core::FetchStoreValue<OutStorage>(m_initialValue));
         }
-        core::CreatorArguments const arguments = ResolveCreatorArguments(m_creatorArguments.get(), inputs);
+        core::CreatorArguments const arguments =
+            m_creatorValues ? m_creatorValues->GetValues(inputs) : core::CreatorArguments{};
         if (useSpecial) {
             m_specialFunction = m_functions.MakeSpecialFunctionFor(&arguments);
         } else {
@@ -202,7 +205,7 @@ private:
         m_specialFunction.reset();
     }
 
-    std::unique_ptr<CreatorArgumentSpecs> m_creatorArguments;
+    std::unique_ptr<CreatorValues> m_creatorValues;
     core::OperatorType m_operatorType;
     Functions m_functions;
     core::KeySegmentType m_outputType;

@@ -19,7 +19,7 @@ std::unique_ptr<Transform> MakeAggregateHandlerTransform(AggregateTransformParts
                                                        parts.outputType.GetMainType().GetStoreType());
     auto handler =
         std::make_unique<AggregateHandler<A, B>>(parts.operatorType, parts.initialValue, std::move(functions),
-                                                 parts.outputType, std::move(parts.creatorArguments));
+                                                 parts.outputType, std::move(parts.creatorValues));
     return std::make_unique<TransformFlatData<StorageOf<A>>>(parts.inputPath, parts.outputPath,
                                                              std::move(handler), std::move(parts.strategy));
 }

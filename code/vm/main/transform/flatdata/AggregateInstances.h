@@ -8,6 +8,7 @@
 
 #include <memory>
 
+#include "transform/CreatorValues.h"
 #include "transform/flatdata/FlatDataHandler.h"
 #include "zel/core/functions/RegisteredFunctions.h"
 #include "zel/core/spec/OperatorType.h"
@@ -62,7 +63,7 @@ struct AggregateTransformParts {
     core::FunctionKey key;
     core::IFunctionLookup const& functions;
     core::KeySegmentType outputType;
-    std::unique_ptr<CreatorArgumentSpecs> creatorArguments;
+    std::unique_ptr<CreatorValues> creatorValues;
     std::unique_ptr<IExecutionStrategy> strategy;
 };
 

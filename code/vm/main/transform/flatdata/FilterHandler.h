@@ -108,14 +108,16 @@ public:
     using Functions = core::ZelFunctions<In, bool>;
 
     FilterHandler(bool makeTable, core::KeyPath inputPath, Functions functions,
-                  std::unique_ptr<CreatorArgumentSpecs> creatorArguments)
-        : m_creatorArguments(std::move(creatorArguments)),
+                  std::unique_ptr<CreatorValues> creatorValues)
+        : m_creatorValues(std::move(creatorValues)),
           m_inputPath(std::move(inputPath)),
           m_makeTable(makeTable),
           m_functions(std::move(functions)) {}
 
     void AddInputPaths(std::vector<core::KeyPath>& paths) const override {
-        AddCreatorArgumentPaths(m_creatorArguments.get(), paths);
+        if (m_creatorValues) {
+            m_creatorValues->GetKeys(paths);
+        }
         if (m_makeTable) {
             paths.push_back(m_inputPath.GetParent());
         }
@@ -123,7 +125,7 @@ public:
     core::OperatorType GetOperatorType() const override { return core::OperatorType::Filter; }
     std::unique_ptr<FlatDataHandler<InStorage>> Clone() const override {
         return std::make_unique<FilterHandler>(m_makeTable, m_inputPath, m_functions,
-                                               CloneCreatorArguments(m_creatorArguments.get()));
+                                               CloneCreatorValues(m_creatorValues.get()));
     }
     FlatDataDirection GetDirection() const override { return FlatDataDirection::Forwards; }
     bool ExpandsSetInput() const override { return true; }
@@ -147,7 +149,8 @@ public:
 
     void BeginTransform(TransformValues const& inputs, bool useSpecial) override {
         m_kept.store(0, std::memory_order_relaxed);
-        CreatorArguments const arguments = ResolveCreatorArguments(m_creatorArguments.get(), inputs);
+        CreatorArguments const arguments =
+            m_creatorValues ? m_creatorValues->GetValues(inputs) : core::CreatorArguments{};
         if (useSpecial) {
             m_specialFunction = m_functions.MakeSpecialFunctionFor(&arguments);
         } else {
@@ -261,7 +264,7 @@ private:
         m_specialFunction.reset();
     }
 
-    std::unique_ptr<CreatorArgumentSpecs> m_creatorArguments;
+    std::unique_ptr<CreatorValues> m_creatorValues;
     core::KeyPath m_inputPath;
     bool m_makeTable;
     Functions m_functions;

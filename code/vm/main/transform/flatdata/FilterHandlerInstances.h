@@ -17,7 +17,7 @@ template <class In>
 std::unique_ptr<Transform> MakeFilterHandlerTransform(FilterTransformParts& parts) {
     auto functions = core::ZelFunctions<In, bool>::Bind(parts.functions, parts.key, core::StoreType::Bool);
     auto handler = std::make_unique<FilterHandler<In>>(parts.makeTable, parts.inputPath, std::move(functions),
-                                                       std::move(parts.creatorArguments));
+                                                       std::move(parts.creatorValues));
     return std::make_unique<TransformFlatData<StorageOf<In>>>(parts.inputPath, parts.outputPath,
                                                               std::move(handler), std::move(parts.strategy));
 }

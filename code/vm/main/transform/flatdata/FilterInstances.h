@@ -8,6 +8,7 @@
 
 #include <memory>
 
+#include "transform/CreatorValues.h"
 #include "transform/flatdata/FlatDataHandler.h"
 #include "zel/core/functions/RegisteredFunctions.h"
 #include "zel/core/store/KeyPath.h"
@@ -43,7 +44,7 @@ struct FilterTransformParts {
     bool makeTable;
     core::FunctionKey key;
     core::IFunctionLookup const& functions;
-    std::unique_ptr<CreatorArgumentSpecs> creatorArguments;
+    std::unique_ptr<CreatorValues> creatorValues;
     std::unique_ptr<IExecutionStrategy> strategy;
 };
 

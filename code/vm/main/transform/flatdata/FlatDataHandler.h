@@ -14,9 +14,9 @@
 #include <memory>
 #include <vector>
 
+#include "transform/CreatorValues.h"
 #include "zel/core/functions/FunctionTypes.h"
 #include "zel/core/spec/OperatorType.h"
-#include "zel/core/spec/ValueSpec.h"
 #include "zel/core/store/KeyPath.h"
 #include "zel/core/store/StoreType.h"
 #include "zel/core/store/StoreValue.h"
@@ -95,41 +95,5 @@ protected:
     FlatDataHandler(FlatDataHandler const&) = default;
     FlatDataHandler& operator=(FlatDataHandler const&) = default;
 };
-
-// The arguments of a creator function as its spec lists them: keys and constants, in order.
-using CreatorArgumentSpecs = std::vector<core::ValueSpec>;
-
-// Adds the key arguments of a creator to the paths a transform reads.
-inline void AddCreatorArgumentPaths(CreatorArgumentSpecs const* arguments,
-                                    std::vector<core::KeyPath>& paths) {
-    if (arguments == nullptr) {
-        return;
-    }
-    for (core::ValueSpec const& argument : *arguments) {
-        if (argument.IsKey()) {
-            paths.push_back(argument.GetKeyPath());
-        }
-    }
-}
-
-// The values of a creator's arguments for one run: a key by the value the run sees under it, a
-// constant as it stands, in list order. No arguments give an empty list.
-inline core::CreatorArguments ResolveCreatorArguments(CreatorArgumentSpecs const* arguments,
-                                                      TransformValues const& inputs) {
-    core::CreatorArguments values;
-    if (arguments == nullptr) {
-        return values;
-    }
-    values.reserve(arguments->size());
-    for (core::ValueSpec const& argument : *arguments) {
-        values.push_back(argument.IsKey() ? inputs.GetValue(argument.GetKeyPath()) : argument.GetValue());
-    }
-    return values;
-}
-
-// A copy of a creator's argument list, or null for none.
-inline std::unique_ptr<CreatorArgumentSpecs> CloneCreatorArguments(CreatorArgumentSpecs const* arguments) {
-    return arguments ? std::make_unique<CreatorArgumentSpecs>(*arguments) : nullptr;
-}
 
 }  // namespace zel::vm

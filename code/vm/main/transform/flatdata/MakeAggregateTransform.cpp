@@ -36,7 +36,7 @@ std::unique_ptr<Transform> MakeAggregateTransform(OpAggregateSpec const& spec,
         functions,
         info.GetOutputTypeInfo(),
         // Only a creator reads its arguments; they are resolved at the start of each run.
-        info.IsCreator() ? std::make_unique<CreatorArgumentSpecs>(functionSpec.GetFunctionInputs()) : nullptr,
+        info.IsCreator() ? std::make_unique<CreatorValues>(functionSpec) : nullptr,
         MakeExecutionStrategy(options, spec.GetOperatorType(), inputTypes, info.GetOutputTypeInfo()),
     };
 

@@ -28,7 +28,7 @@ std::unique_ptr<Transform> MakeFilterTransform(OpFilterSpec const& spec,
         std::move(key),
         functions,
         // Only a creator reads its arguments; they are resolved at the start of each run.
-        info.IsCreator() ? std::make_unique<CreatorArgumentSpecs>(functionSpec.GetFunctionInputs()) : nullptr,
+        info.IsCreator() ? std::make_unique<CreatorValues>(functionSpec) : nullptr,
         MakeExecutionStrategy(options, OperatorType::Filter, inputTypes, info.GetOutputTypeInfo()),
     };
 

@@ -27,7 +27,7 @@ std::unique_ptr<Transform> MakeMapTransform(OpMapSpec const& spec, core::IFuncti
         functions,
         info.GetOutputTypeInfo(),
         // Only a creator reads its arguments; they are resolved at the start of each run.
-        info.IsCreator() ? std::make_unique<CreatorArgumentSpecs>(functionSpec.GetFunctionInputs()) : nullptr,
+        info.IsCreator() ? std::make_unique<CreatorValues>(functionSpec) : nullptr,
         MakeExecutionStrategy(options, OperatorType::Map, inputTypes, info.GetOutputTypeInfo()),
     };
 

@@ -6,11 +6,12 @@
 //
 // Each entry is X(input StoreType, output value class, In, Out). The value class names the C++
 // value type of the output: Value stands for Tuple and KeyMap outputs. No instance makes a column
-// of Date, Object, Array, Set or Table: those pairs are refused. A KeyMap column and a Tuple column both hold shared values; the KeyMap one is
-// served only towards String, the Tuple one towards the other four.
+// of Date, Object, Array, Set or Table: those pairs are refused. A KeyMap column and a Tuple column both hold
+// shared values; the KeyMap one is served only towards String, the Tuple one towards the other four.
 
 #include <memory>
 
+#include "transform/CreatorValues.h"
 #include "transform/flatdata/FlatDataHandler.h"
 #include "zel/core/functions/RegisteredFunctions.h"
 #include "zel/core/spec/FunctionSpec.h"
@@ -138,7 +139,7 @@ struct MapTransformParts {
     core::FunctionKey key;
     core::IFunctionLookup const& functions;
     core::KeySegmentType outputType;
-    std::unique_ptr<CreatorArgumentSpecs> creatorArguments;
+    std::unique_ptr<CreatorValues> creatorValues;
     std::unique_ptr<IExecutionStrategy> strategy;
 };
 

@@ -32,20 +32,22 @@ public:
     using Functions = core::ZelFunctions<In, Out>;
 
     // `outputType` types the result: its main type is the element type, its child type the
-    // elements' child type. `creatorArguments` are those of a creator function, else null.
+    // elements' child type. `creatorValues` are those of a creator function, else null.
     ProjectionHandler(Functions functions, core::KeySegmentType outputType,
-                      std::unique_ptr<CreatorArgumentSpecs> creatorArguments)
-        : m_creatorArguments(std::move(creatorArguments)),
+                      std::unique_ptr<CreatorValues> creatorValues)
+        : m_creatorValues(std::move(creatorValues)),
           m_functions(std::move(functions)),
           m_outputType(std::move(outputType)) {}
 
     void AddInputPaths(std::vector<core::KeyPath>& paths) const override {
-        AddCreatorArgumentPaths(m_creatorArguments.get(), paths);
+        if (m_creatorValues) {
+            m_creatorValues->GetKeys(paths);
+        }
     }
     core::OperatorType GetOperatorType() const override { return core::OperatorType::Map; }
     std::unique_ptr<FlatDataHandler<InStorage>> Clone() const override {
         return std::make_unique<ProjectionHandler>(m_functions, m_outputType,
-                                                   CloneCreatorArguments(m_creatorArguments.get()));
+                                                   CloneCreatorValues(m_creatorValues.get()));
     }
     FlatDataDirection GetDirection() const override { return FlatDataDirection::Forwards; }
     bool ExpandsSetInput() const override { return true; }
@@ -71,7 +73,7 @@ public:
         // Exactly one form per run. A creator's arguments are resolved now, so they hold for the run.
         if (m_functions.IsCreator()) {
             core::CreatorArguments const arguments =
-                ResolveCreatorArguments(m_creatorArguments.get(), inputs);
+                m_creatorValues ? m_creatorValues->GetValues(inputs) : core::CreatorArguments{};
             if (useSpecial) {
                 m_specialFunction = m_functions.MakeSpecialFunction(arguments);
             } else {
@@ -186,7 +188,7 @@ private:
         m_specialFunction.reset();
     }
 
-    std::unique_ptr<CreatorArgumentSpecs> m_creatorArguments;
+    std::unique_ptr<CreatorValues> m_creatorValues;
     Functions m_functions;
     core::KeySegmentType m_outputType;
     std::unique_ptr<typename Functions::RegularFunction> m_regularFunction;

@@ -18,7 +18,7 @@ std::unique_ptr<Transform> MakeProjectionTransform(MapTransformParts& parts) {
     auto functions = core::ZelFunctions<In, Out>::Bind(parts.functions, parts.key,
                                                        parts.outputType.GetMainType().GetStoreType());
     auto handler = std::make_unique<ProjectionHandler<In, Out>>(std::move(functions), parts.outputType,
-                                                                std::move(parts.creatorArguments));
+                                                                std::move(parts.creatorValues));
     return std::make_unique<TransformFlatData<StorageOf<In>>>(parts.inputPath, parts.outputPath,
                                                               std::move(handler), std::move(parts.strategy));
 }
