@@ -1,6 +1,12 @@
 #include "zel/vm/materialize/MakeTransform.h"
 
+#include "materialize/MakeCreateKeySetTransform.h"
+#include "materialize/MakeSetValueMultiTransform.h"
+#include "materialize/MakeSetValueTransform.h"
+#include "transform/ConstantTransform.h"
 #include "transform/CopyTransform.h"
+#include "transform/CreateTableTransform.h"
+#include "transform/InternalCreateKeyMapTransform.h"
 #include "transform/flatdata/MakeAggregateTransform.h"
 #include "transform/flatdata/MakeFilterTransform.h"
 #include "transform/flatdata/MakeMapTransform.h"
@@ -64,13 +70,13 @@ std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec,
         case OperatorType::Concat:
             return NotInThisBuild<OpConcatSpec>(spec);
         case OperatorType::Constant:
-            return NotInThisBuild<OpConstantSpec>(spec);
+            return ConstantTransform::Make(OpConstantSpec(spec), types);
         case OperatorType::Copy:
             return CopyTransform::Make(OpCopySpec(spec));
         case OperatorType::CreateKeySet:
-            return NotInThisBuild<OpCreateKeySetSpec>(spec);
+            return MakeCreateKeySetTransform(OpCreateKeySetSpec(spec), types);
         case OperatorType::CreateTable:
-            return NotInThisBuild<OpCreateTableSpec>(spec);
+            return CreateTableTransform::Make(OpCreateTableSpec(spec));
         case OperatorType::Distinct:
             return NotInThisBuild<OpDistinctSpec>(spec);
         case OperatorType::Else:
@@ -102,9 +108,9 @@ std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec,
         case OperatorType::ScanRight:
             return MakeAggregateTransform(OpScanRightSpec(spec), functions, types, options);
         case OperatorType::SetValue:
-            return NotInThisBuild<OpSetValueSpec>(spec);
+            return MakeSetValueTransform(OpSetValueSpec(spec), functions, types);
         case OperatorType::SetValueMulti:
-            return NotInThisBuild<OpSetValueMultiSpec>(spec);
+            return MakeSetValueMultiTransform(OpSetValueMultiSpec(spec), functions, types);
         case OperatorType::When:
             ZEL_FAIL(ZelError::OperatorNotMaterialised);
         case OperatorType::Zip:
@@ -112,7 +118,7 @@ std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec,
         case OperatorType::ZipWith:
             return NotInThisBuild<OpZipWithSpec>(spec);
         case OperatorType::InternalCreateKeyMap:
-            return NotInThisBuild<OpInternalCreateKeyMapSpec>(spec);
+            return InternalCreateKeyMapTransform::Make(OpInternalCreateKeyMapSpec(spec));
         default:
             // Input and Slice have views but never run as transforms; they share the error of an
             // operator number the machine does not know.
