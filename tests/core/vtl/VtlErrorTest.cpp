@@ -180,6 +180,27 @@ TEST(VtlErrorTextTest, ShowsTheLineWithACaretAndClipsLongLines) {
     EXPECT_EQ(excerpt[caret.size() - 1], '@');
 }
 
+// Each statement, a child too, keeps its place for the failures of the machine; the place is not
+// part of the spec's value.
+TEST(VtlErrorTextTest, StatementsKeepTheirPlace) {
+    VtlProgram const program = ParseVtl(
+        "input ~init.a : array<int32>\n\n  b = Case(~init.a) {\n"
+        "    when always() { b = Copy(~init.a) }\n  else { b = Copy(~init.a) } }");
+    core::TransformSpec const& statement = program.specs.at(0);
+    ASSERT_NE(statement.GetSource(), nullptr);
+    EXPECT_EQ(statement.GetSource()->line, 3u);
+    EXPECT_EQ(statement.GetSource()->column, 3u);
+    core::TransformSpec const& when = statement.GetChildTransforms().at(0);
+    EXPECT_EQ(when.GetChildTransforms().at(0).GetSource()->column, 21u);
+    EXPECT_EQ(core::DescribeAtSource(*when.GetSource(), L"Case: what is wrong").ToUtf8(),
+              "line 4, column 5: Case: what is wrong\n"
+              "      when always() { b = Copy(~init.a) }\n"
+              "      ^");
+    core::TransformSpec moved = statement;
+    moved.SetSource(nullptr);
+    EXPECT_EQ(moved, statement);
+}
+
 TEST(VtlErrorTextTest, MalformedProgramAppendsNothing) {
     std::vector<core::TransformSpec> specs;
     std::vector<core::GraphEdge> edges;

@@ -1,13 +1,12 @@
 #include "VtlLexer.h"
 
+#include <algorithm>
+
 #include "VtlText.h"
 #include "zel/core/utility/ZelCheck.h"
 
 namespace zel::core::vtl {
 namespace {
-
-// The excerpt shows at most this many characters on either side of the caret.
-constexpr std::size_t c_excerptHalfWidth = 60;
 
 class Lexer {
 public:
@@ -213,35 +212,16 @@ private:
 
 void FailAt(ZelError error, std::wstring_view source, SourceLocation const& where,
             std::wstring const& message) {
-    std::wstring text = L"line " + std::to_wstring(where.line) + L", column " +
-                        std::to_wstring(where.column) + L": " + message + L"\n";
+    ZEL_FAIL_WITH_TEXT(error, DescribeAtSource(SourceAt(source, where), TStringCore(message)));
+}
+
+StatementSource SourceAt(std::wstring_view source, SourceLocation const& where) {
     std::size_t const start = std::min(where.lineStart, source.size());
     std::size_t end = source.find(L'\n', start);
     if (end == std::wstring_view::npos) {
         end = source.size();
     }
-    std::size_t const caret = start + where.column - 1;
-    std::size_t first = start;
-    std::size_t last = end;
-    std::wstring excerpt = L"  ";
-    if (caret > start + c_excerptHalfWidth) {
-        first = caret - c_excerptHalfWidth;
-        excerpt += L"...";
-    }
-    if (last > caret + c_excerptHalfWidth) {
-        last = caret + c_excerptHalfWidth;
-    }
-    std::size_t const caretColumn = excerpt.size() + (caret - first);
-    for (std::size_t i = first; i < last; ++i) {
-        wchar_t const c = source[i];
-        // Controls would break the line or shift the caret: show them as spaces.
-        excerpt += (static_cast<std::uint32_t>(c) < 0x20 || c == 0x7F) ? L' ' : c;
-    }
-    if (last < end) {
-        excerpt += L"...";
-    }
-    text += excerpt + L"\n" + std::wstring(caretColumn, L' ') + L"^";
-    ZEL_FAIL_WITH_TEXT(error, TStringCore(std::move(text)));
+    return {where.line, where.column, TStringCore(source.substr(start, end - start))};
 }
 
 std::wstring DescribeToken(Token const& token) {

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "zel/core/spec/StatementSource.h"
 #include "zel/core/utility/ZelError.h"
 
 namespace zel::core::vtl {
@@ -23,6 +24,9 @@ struct SourceLocation {
 // around the column when it is long) and a caret under the column. Throws ZelRuntimeException.
 [[noreturn]] void FailAt(ZelError error, std::wstring_view source, SourceLocation const& where,
                          std::wstring const& message);
+
+// The place `where` in `source` with the text of its line, as a statement keeps it.
+StatementSource SourceAt(std::wstring_view source, SourceLocation const& where);
 
 enum class TokenKind : std::uint8_t {
     Word,         // a bare word: a key segment, an operator, a keyword, a type or function name

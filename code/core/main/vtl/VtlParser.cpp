@@ -750,8 +750,10 @@ private:
         for (ParsedStatement const& child : statement.children) {
             children.push_back(MakeSpec(child));
         }
-        return TransformSpec(statement.type, TypedAll(statement.inputs), TypedAll(statement.outputs),
-                             function, std::move(children), statement.value);
+        TransformSpec spec(statement.type, TypedAll(statement.inputs), TypedAll(statement.outputs), function,
+                           std::move(children), statement.value);
+        spec.SetSource(std::make_shared<StatementSource const>(vtl::SourceAt(m_source, statement.where)));
+        return spec;
     }
 
     // ---- edges and program rules ----------------------------------------------------------------

@@ -5,10 +5,12 @@
 #include "vorsys/Visibility.h"
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "vorsys/string/TStringCore.h"
 #include "zel/core/spec/OperatorType.h"
+#include "zel/core/spec/StatementSource.h"
 #include "zel/core/store/KeyPath.h"
 
 namespace zel::core {
@@ -48,6 +50,11 @@ public:
     std::shared_ptr<StoreValue> const& GetValue() const noexcept { return m_value; }
     std::vector<TransformSpec> const& GetChildTransforms() const noexcept { return m_children; }
 
+    // Where the statement stands in the program it was read from; null for a spec built in code.
+    // Not part of the spec's value: copies share it, and equality ignores it.
+    std::shared_ptr<StatementSource const> const& GetSource() const noexcept { return m_source; }
+    void SetSource(std::shared_ptr<StatementSource const> source) noexcept { m_source = std::move(source); }
+
     // By value: the operator, the typed paths, the function and the value (StoreValuesEqual), and
     // the children in order.
     friend VOR_PUBLIC bool operator==(TransformSpec const& a, TransformSpec const& b);
@@ -59,6 +66,7 @@ private:
     std::shared_ptr<FunctionSpec> m_function;
     std::vector<TransformSpec> m_children;
     std::shared_ptr<StoreValue> m_value;
+    std::shared_ptr<StatementSource const> m_source;
 };
 
 // The wire between specs: the value under `key` runs from the specs at `sources` to those at
