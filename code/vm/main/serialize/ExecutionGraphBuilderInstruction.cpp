@@ -1,5 +1,8 @@
 #include "zel/vm/serialize/ExecutionGraphBuilderInstruction.h"
 
+#include "execute/StatementTransform.h"
+#include "materialize/StatementFailure.h"
+#include "materialize/StatementTyping.h"
 #include "zel/core/utility/ZelCheck.h"
 #include "zel/vm/materialize/MakeTransform.h"
 
@@ -14,9 +17,17 @@ public:
 
     void Apply(IExecutionGraphBuilder& builder, core::IFunctionLookup const& functions,
                core::ITypeLookup const& types, VMOptions const& options) override {
-        std::unique_ptr<Transform> transform = MakeTransform(m_spec, functions, types, options);
-        ZEL_CHECK_NOT_NULL(transform, core::ZelError::SpecError216);
-        builder.AddNode(m_nodeId, std::shared_ptr<Transform>(std::move(transform)));
+        std::unique_ptr<Transform> transform;
+        // Every failure of the statement names it: those of its making here, those of its runs
+        // through the transform that wraps it.
+        try {
+            transform = MakeTransform(m_spec, functions, types, options);
+            ZEL_CHECK_NOT_NULL(transform, core::ZelError::SpecError216);
+            CheckDeclaredResultType(m_spec, types, functions);
+        } catch (core::ZelException const& failure) {
+            RethrowAtStatement(failure, m_spec, {&types, &functions});
+        }
+        builder.AddNode(m_nodeId, MakeStatementTransform(std::move(transform), m_spec));
     }
 
 private:

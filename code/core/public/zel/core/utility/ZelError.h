@@ -91,7 +91,8 @@ namespace zel::core {
     X(StoreFormatError, 1003)        \
     X(VtlSyntaxError, 1004)          \
     X(VtlProgramError, 1005)         \
-    X(InputTypeMismatch, 1006)
+    X(InputTypeMismatch, 1006)       \
+    X(OutputTypeMismatch, 1007)
 
 enum class ZelError : std::uint32_t {
 #define ZEL_ERROR_ENUMERATOR(name, number) name = number,
