@@ -57,7 +57,8 @@ std::string WithoutLineNumbers(std::string line) {
     return line;
 }
 
-std::string const c_sumProgram = "input ~init.amounts : array<double>\ntotal : array<double> = Copy(~init.amounts)\n";
+std::string const c_sumProgram =
+    "input ~init.amounts : array<double>\ntotal : array<double> = Copy(~init.amounts)\n";
 
 TEST(VtlrunDocs, EveryDocumentedFailureIsPrinted) {
     std::vector<DocumentedRun> const runs = {
@@ -65,19 +66,27 @@ TEST(VtlrunDocs, EveryDocumentedFailureIsPrinted) {
          {{"sales.vtl", "input ~init.a : array<int32>\nb : array<int32> = Copy(~init.a)\n"},
           {"sales.json", R"({"a": {"$type": "array<int32>", "values": [1, 3000000000]}})"}},
          {"sales.vtl", "sales.json"}},
-        {"an input the store lacks", {{"sum.vtl", c_sumProgram}, {"sales.json", R"({"a": [1.5]})"}},
+        {"an input the store lacks",
+         {{"sum.vtl", c_sumProgram}, {"sales.json", R"({"a": [1.5]})"}},
          {"sum.vtl", "sales.json"}},
         {"a pair of types that Map does not serve",
          {{"colours.vtl", "input ~init.a : array<int32>\nb : array<color> = Map(~init.a) fn to_color()\n"},
           {"sales.json", R"({"a": [1]})"}},
          {"colours.vtl", "sales.json"}},
-        {"a syntax error", {{"report.vtl", "input ~init.a : int32\nb = Copy(~init.a fn f())\n"}, {"s.json", "{}"}},
+        {"a statement whose declared type its operator does not make",
+         {{"prices.vtl",
+           "input ~init.prices : array<double>\nnet : array<int32> = Map(~init.prices) fn multiply(0.8)\n"},
+          {"sales.json", R"({"prices": [1.5]})"}},
+         {"prices.vtl", "sales.json"}},
+        {"a syntax error",
+         {{"report.vtl", "input ~init.a : int32\nb = Copy(~init.a fn f())\n"}, {"s.json", "{}"}},
          {"report.vtl", "s.json"}},
         {"a store that is not there", {{"sum.vtl", c_sumProgram}}, {"sum.vtl", "sales.json"}},
         {"a result that cannot be written",
          {{"sum.vtl", c_sumProgram}, {"sales.json", R"({"amounts": [1.5]})"}},
          {"sum.vtl", "sales.json", "-o", "out/result.json"}},
-        {"a debug report", {{"sum.vtl", c_sumProgram}, {"sales.json", R"({"a": [1.5]})"}},
+        {"a debug report",
+         {{"sum.vtl", c_sumProgram}, {"sales.json", R"({"a": [1.5]})"}},
          {"sum.vtl", "sales.json", "--log-level", "debug"}},
     };
 

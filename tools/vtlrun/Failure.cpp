@@ -38,18 +38,37 @@ TStringCore PathText(std::filesystem::path const& path) {
     return LenientText(path.string());
 }
 
-TStringCore PlaceInProgram(std::filesystem::path const& program, TStringCore const& text) {
-    std::wstring_view const view = text.view();
+namespace {
+
+// The line and column of a text that starts "line L, column C:", and where the rest starts.
+bool ReadPlace(std::wstring_view text, std::wstring& line, std::wstring& column, std::size_t& rest) {
     std::wstring_view constexpr linePrefix = L"line ";
     std::wstring_view constexpr columnPrefix = L", column ";
     std::size_t pos = 0;
+    bool const found = text.starts_with(linePrefix) && ReadNumber(text, pos = linePrefix.size(), line) &&
+                       text.substr(pos).starts_with(columnPrefix) &&
+                       ReadNumber(text, pos += columnPrefix.size(), column) &&
+                       text.substr(pos).starts_with(L":");
+    rest = pos;
+    return found;
+}
+
+}  // namespace
+
+bool PointsIntoProgram(TStringCore const& text) {
     std::wstring line;
     std::wstring column;
-    if (view.starts_with(linePrefix) && ReadNumber(view, pos = linePrefix.size(), line) &&
-        view.substr(pos).starts_with(columnPrefix) && ReadNumber(view, pos += columnPrefix.size(), column) &&
-        view.substr(pos).starts_with(L":")) {
+    std::size_t rest = 0;
+    return ReadPlace(text.view(), line, column, rest);
+}
+
+TStringCore PlaceInProgram(std::filesystem::path const& program, TStringCore const& text) {
+    std::wstring line;
+    std::wstring column;
+    std::size_t rest = 0;
+    if (ReadPlace(text.view(), line, column, rest)) {
         return PathText(program) + L":" + TStringCore(line) + L":" + TStringCore(column) +
-               TStringCore(view.substr(pos));
+               TStringCore(text.view().substr(rest));
     }
     return PathText(program) + L": " + text;
 }

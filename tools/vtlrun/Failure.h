@@ -19,6 +19,8 @@ TStringCore PathText(std::filesystem::path const& path);
 // what" becomes "FILE:L:C: what", the form editors and terminals link to the place; the excerpt
 // with the caret that follows it stays.
 TStringCore PlaceInProgram(std::filesystem::path const& program, TStringCore const& text);
+// The text starts "line L, column C:": a failure of the program's text or of one of its statements.
+bool PointsIntoProgram(TStringCore const& text);
 
 // What vtlrun prints for a failure of the machine or its libraries: "error N (Name): text" and a
 // line feed. The text may hold more lines (the excerpt of a program error).

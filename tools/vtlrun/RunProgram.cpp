@@ -33,10 +33,6 @@ using zel::vm::TransformStatus;
 // counts the events past it.
 constexpr std::size_t c_traceEventLimit = 1'000'000;
 
-bool IsProgramError(ZelError error) {
-    return error == ZelError::VtlSyntaxError || error == ZelError::VtlProgramError;
-}
-
 // The program as text. Bytes that are not UTF-8 are a syntax error at their line and column, which
 // the parser's UTF-8 reading finds.
 TStringCore DecodeProgram(std::filesystem::path const& path, std::vector<std::uint8_t> const& bytes) {
@@ -63,14 +59,7 @@ std::unique_ptr<zel::vm::VM> MakeMachine(RunSettings const& settings, TStringCor
                                          std::shared_ptr<zel::core::IDataStore> store,
                                          zel::core::IFunctionLookup const& functions) {
     auto const scope = Metrics::OpenScope(L"vtlrun_MakeVM");
-    try {
-        return zel::vm::VMFactory::Make(program, std::move(store), functions, settings.vmOptions);
-    } catch (ZelException const& failure) {
-        if (!IsProgramError(failure.GetError())) {
-            throw;
-        }
-        throw ZelRuntimeException(failure.GetError(), PlaceInProgram(settings.program, failure.GetText()));
-    }
+    return zel::vm::VMFactory::Make(program, std::move(store), functions, settings.vmOptions);
 }
 
 // The input types the program declares; none when it does not parse, since making the machine
@@ -149,28 +138,12 @@ void WriteDiagnostics(RunSettings const& settings, std::FILE* diagnostics) {
     }
 }
 
-Outcome RunSteps(RunSettings const& settings,
-                 std::shared_ptr<zel::vm::ICancellationTokenSource> const& cancel, std::FILE* out,
-                 std::FILE* diagnostics) {
-    TStringCore program;
-    std::shared_ptr<zel::core::IDataStore> store;
-    std::shared_ptr<zel::core::IDataStore> changes;
-    {
-        auto const scope = Metrics::OpenScope(L"vtlrun_ReadFiles");
-        program = DecodeProgram(settings.program, ReadFileBytes(settings.program, "program"));
-        // Plain JSON values of the stores are read as the program declares its inputs.
-        zel::core::StoreValueParser::ReadOptions readOptions = settings.readOptions;
-        readOptions.declaredTypes = DeclaredTypesOf(program);
-        store = ReadStoreFile(settings.store, "store", readOptions);
-        // Read before the first run, so that a bad changes file costs no run.
-        if (settings.changes) {
-            changes = ReadStoreFile(*settings.changes, "changes", readOptions);
-        }
-    }
-
-    // The lookup outlives the machine, which keeps references into it.
-    auto const functions = zel::core::MakeBuiltinFunctionLookup();
-    auto const vm = MakeMachine(settings, program, std::move(store), *functions);
+Outcome RunMachine(RunSettings const& settings,
+                   std::shared_ptr<zel::vm::ICancellationTokenSource> const& cancel,
+                   TStringCore const& program, std::shared_ptr<zel::core::IDataStore> store,
+                   std::shared_ptr<zel::core::IDataStore> const& changes,
+                   zel::core::IFunctionLookup const& functions, std::FILE* out, std::FILE* diagnostics) {
+    auto const vm = MakeMachine(settings, program, std::move(store), functions);
     // The machine polls the source at the start of a run too, so a Ctrl-C while the files were
     // read or the graph was built stops the run before its first node. The progress line asks
     // the Ctrl-C source whenever the machine asks it.
@@ -194,6 +167,39 @@ Outcome RunSteps(RunSettings const& settings,
         WriteToStream(FormatStoreJson(*result), out, "result to stdout");
     }
     return Outcome::Done;
+}
+
+Outcome RunSteps(RunSettings const& settings,
+                 std::shared_ptr<zel::vm::ICancellationTokenSource> const& cancel, std::FILE* out,
+                 std::FILE* diagnostics) {
+    TStringCore program;
+    std::shared_ptr<zel::core::IDataStore> store;
+    std::shared_ptr<zel::core::IDataStore> changes;
+    {
+        auto const scope = Metrics::OpenScope(L"vtlrun_ReadFiles");
+        program = DecodeProgram(settings.program, ReadFileBytes(settings.program, "program"));
+        // Plain JSON values of the stores are read as the program declares its inputs.
+        zel::core::StoreValueParser::ReadOptions readOptions = settings.readOptions;
+        readOptions.declaredTypes = DeclaredTypesOf(program);
+        store = ReadStoreFile(settings.store, "store", readOptions);
+        // Read before the first run, so that a bad changes file costs no run.
+        if (settings.changes) {
+            changes = ReadStoreFile(*settings.changes, "changes", readOptions);
+        }
+    }
+
+    // The lookup outlives the machine, which keeps references into it.
+    auto const functions = zel::core::MakeBuiltinFunctionLookup();
+    try {
+        return RunMachine(settings, cancel, program, std::move(store), changes, *functions, out, diagnostics);
+    } catch (ZelException const& failure) {
+        // A failure of the program's text or of one of its statements: the program's file in
+        // front of its place.
+        if (!PointsIntoProgram(failure.GetText())) {
+            throw;
+        }
+        throw ZelRuntimeException(failure.GetError(), PlaceInProgram(settings.program, failure.GetText()));
+    }
 }
 
 }  // namespace
