@@ -3,6 +3,8 @@
 #include "materialize/MakeCreateKeySetTransform.h"
 #include "materialize/MakeSetValueMultiTransform.h"
 #include "materialize/MakeSetValueTransform.h"
+#include "materialize/MakeZipTransform.h"
+#include "materialize/MakeZipWithTransform.h"
 #include "transform/ConstantTransform.h"
 #include "transform/CopyTransform.h"
 #include "transform/CreateTableTransform.h"
@@ -114,9 +116,9 @@ std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec,
         case OperatorType::When:
             ZEL_FAIL(ZelError::OperatorNotMaterialised);
         case OperatorType::Zip:
-            return NotInThisBuild<OpZipSpec>(spec);
+            return MakeZipTransform(OpZipSpec(spec), options);
         case OperatorType::ZipWith:
-            return NotInThisBuild<OpZipWithSpec>(spec);
+            return MakeZipWithTransform(OpZipWithSpec(spec), functions, types, options);
         case OperatorType::InternalCreateKeyMap:
             return InternalCreateKeyMapTransform::Make(OpInternalCreateKeyMapSpec(spec));
         default:
