@@ -12,6 +12,7 @@
 #include <optional>
 #include <string>
 #include <type_traits>
+#include <typeinfo>
 #include <utility>
 
 #include "vorsys/string/TStringCore.h"
@@ -213,10 +214,13 @@ bool IsTruthy(std::shared_ptr<StoreValue> const& value) noexcept;
 // fails with InvalidArgument naming the function and the storage types.
 [[noreturn]] void ThrowNotKeySet(char const* function, StorageType key, StorageType value);
 
+// Called once a row by the lookups: a key set is final, so comparing its exact type is the whole
+// test, and the row pays a type compare instead of a dynamic_cast through its several bases.
 template <StorageElement K, StorageElement V>
 KeySetValue<K, V> const& GetKeySet(std::shared_ptr<StoreValue> const& value, char const* function) {
-    if (auto const* keySet = dynamic_cast<KeySetValue<K, V> const*>(value.get())) {
-        return *keySet;
+    static_assert(std::is_final_v<KeySetValue<K, V>>);
+    if (value && typeid(*value) == typeid(KeySetValue<K, V>)) {
+        return static_cast<KeySetValue<K, V> const&>(*value);
     }
     ThrowNotKeySet(function, StorageTraits<K>::c_storageType, StorageTraits<V>::c_storageType);
 }
