@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "execute/MakeExecutionStrategy.h"
+#include "materialize/StatementFunction.h"
 #include "transform/ZipWithInstances.h"
 #include "zel/core/utility/ZelException.h"
 
@@ -15,11 +16,9 @@ using core::StoreType;
 std::unique_ptr<Transform> MakeZipWithTransform(OpZipWithSpec const& spec,
                                                 core::IFunctionLookup const& functions,
                                                 core::ITypeLookup const& types, VMOptions const& options) {
-    core::FunctionSpec const& functionSpec = *spec.GetFunctionSpec();
-    std::vector<core::KeySegmentType> const inputTypes = spec.GetFunctionInputTypes(types);
-    core::FunctionKey key(functionSpec.GetFunctionId(), inputTypes);
-    core::FunctionInfo const& info =
-        functions.GetFunctionInfoIn(core::FunctionKind::Binary, key.GetName(), key.GetInputTypes());
+    StatementFunction function = FindStatementFunction(spec, core::FunctionKind::Binary, functions, types);
+    std::vector<core::KeySegmentType> const& inputTypes = function.inputTypes;
+    core::FunctionInfo const& info = function.info;
     StoreType const first = inputTypes.at(0).GetMainType().GetStoreType();
     StoreType const second = inputTypes.at(1).GetMainType().GetStoreType();
     StoreType const output = info.GetOutputType();
@@ -28,11 +27,10 @@ std::unique_ptr<Transform> MakeZipWithTransform(OpZipWithSpec const& spec,
         spec.GetInput1(),
         spec.GetInput2(),
         spec.GetOutput(),
-        std::move(key),
+        std::move(function.key),
         functions,
         info.GetOutputTypeInfo().GetMainType(),
-        // Only a creator reads its arguments; they are resolved at the start of each run.
-        info.IsCreator() ? std::make_unique<CreatorValues>(functionSpec) : nullptr,
+        std::move(function.creatorArguments),
         MakeExecutionStrategy(options, OperatorType::ZipWith, inputTypes, info.GetOutputTypeInfo()),
     };
 

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "execute/MakeExecutionStrategy.h"
+#include "materialize/StatementFunction.h"
 #include "transform/flatdata/AggregateInstances.h"
 #include "zel/core/utility/ZelException.h"
 
@@ -14,12 +15,10 @@ using core::StoreType;
 std::unique_ptr<Transform> MakeAggregateTransform(OpAggregateSpec const& spec,
                                                   core::IFunctionLookup const& functions,
                                                   core::ITypeLookup const& types, VMOptions const& options) {
-    core::FunctionSpec const& functionSpec = *spec.GetFunctionSpec();
-    std::vector<core::KeySegmentType> const inputTypes = spec.GetFunctionInputTypes(types);
+    StatementFunction function = FindStatementFunction(spec, core::FunctionKind::Binary, functions, types);
+    std::vector<core::KeySegmentType> const& inputTypes = function.inputTypes;
+    core::FunctionInfo const& info = function.info;
     StoreType const inputType = inputTypes.at(1).GetMainType().GetStoreType();
-    core::FunctionKey key(functionSpec.GetFunctionId(), inputTypes);
-    core::FunctionInfo const& info =
-        functions.GetFunctionInfoIn(core::FunctionKind::Binary, key.GetName(), key.GetInputTypes());
     StoreType const outputType = info.GetOutputType();
     // The accumulator is the function's first input and its output: a function whose output is of
     // another type than its first input cannot fold.
@@ -32,11 +31,10 @@ std::unique_ptr<Transform> MakeAggregateTransform(OpAggregateSpec const& spec,
         spec.GetInput(),
         spec.GetOutput(),
         spec.GetInitial(),
-        std::move(key),
+        std::move(function.key),
         functions,
         info.GetOutputTypeInfo(),
-        // Only a creator reads its arguments; they are resolved at the start of each run.
-        info.IsCreator() ? std::make_unique<CreatorValues>(functionSpec) : nullptr,
+        std::move(function.creatorArguments),
         MakeExecutionStrategy(options, spec.GetOperatorType(), inputTypes, info.GetOutputTypeInfo()),
     };
 

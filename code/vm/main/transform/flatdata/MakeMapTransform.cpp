@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "execute/MakeExecutionStrategy.h"
+#include "materialize/StatementFunction.h"
 #include "transform/flatdata/MapInstances.h"
 #include "zel/core/utility/ZelException.h"
 
@@ -13,21 +14,18 @@ using core::StoreType;
 
 std::unique_ptr<Transform> MakeMapTransform(OpMapSpec const& spec, core::IFunctionLookup const& functions,
                                             core::ITypeLookup const& types, VMOptions const& options) {
-    core::FunctionSpec const& functionSpec = *spec.GetFunctionSpec();
-    std::vector<core::KeySegmentType> const inputTypes = spec.GetFunctionInputTypes(types);
-    core::FunctionKey key(functionSpec.GetFunctionId(), inputTypes);
-    core::FunctionInfo const& info =
-        functions.GetFunctionInfoIn(core::FunctionKind::Unary, key.GetName(), key.GetInputTypes());
+    StatementFunction function = FindStatementFunction(spec, core::FunctionKind::Unary, functions, types);
+    std::vector<core::KeySegmentType> const& inputTypes = function.inputTypes;
+    core::FunctionInfo const& info = function.info;
     StoreType const inputType = inputTypes.at(0).GetMainType().GetStoreType();
 
     MapTransformParts parts{
         spec.GetInput(),
         spec.GetOutput(),
-        std::move(key),
+        std::move(function.key),
         functions,
         info.GetOutputTypeInfo(),
-        // Only a creator reads its arguments; they are resolved at the start of each run.
-        info.IsCreator() ? std::make_unique<CreatorValues>(functionSpec) : nullptr,
+        std::move(function.creatorArguments),
         MakeExecutionStrategy(options, OperatorType::Map, inputTypes, info.GetOutputTypeInfo()),
     };
 
