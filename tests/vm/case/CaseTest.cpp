@@ -1,0 +1,279 @@
+// Case programs: the first true condition chooses the branch, else the Else list; the branch runs
+// in a private store seeded from the captured keys, nested cases in stores of their own; outputs
+// are read back; cancellation between children; metric scopes per child; When and Else alone are
+// refused.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "metrics/MetricsFixture.h"
+#include "support/CheckFailure.h"
+#include "vm/partition/ChildProgramSupport.h"
+#include "vormetrics/MetricsFilter.h"
+#include "vormetrics/MetricsRegistry.h"
+#include "zel/core/utility/ZelException.h"
+#include "zel/vm/vtl/OpElseSpec.h"
+#include "zel/vm/vtl/OpWhenSpec.h"
+
+namespace zel::test::casetest {
+namespace {
+
+using child::GetProbes;
+using child::Json;
+using child::MakeFirst;
+using child::Parse;
+using child::Path;
+using child::RunToJson;
+using core::ZelError;
+
+std::string Store(std::string const& limit) {
+    return R"({"a": [1.5, -2.0], "limit": )" + limit + "}";
+}
+
+constexpr char const* c_threeBranches = R"(input ~init.a : array<double>, ~init.limit : double
+b : array<double> = Case(~init.a, ~init.limit) {
+  when gt(~init.limit, 10.0) { b = Map(~init.a) fn negate() }
+  when gt(~init.limit, 5.0) { b = Map(~init.a) fn multiply(2.0) }
+  else { b = Copy(~init.a) }
+}
+)";
+
+TEST(Case, TheFirstTrueConditionChoosesTheBranchAndNoneTrueChoosesElse) {
+    struct Row {
+        char const* limit;
+        char const* expected;
+    };
+    // 20 makes both conditions true: the earlier one wins.
+    for (Row const& row : {Row{"20.0", "[-1.5,2.0]"}, Row{"7.0", "[3.0,-4.0]"}, Row{"1.0", "[1.5,-2.0]"}}) {
+        EXPECT_EQ(RunToJson(c_threeBranches, Store(row.limit), L"b"),
+                  std::string(R"({"$type":"array<double>","values":)") + row.expected + "}")
+            << "limit " << row.limit;
+    }
+}
+
+TEST(Case, NoConditionAfterTheFirstTrueOneIsEvaluated) {
+    struct Row {
+        char const* firstCondition;
+        int expectedCalls;
+    };
+    for (Row const& row : {Row{"always()", 0}, Row{"never()", 1}}) {
+        child::ResetProbes();
+        std::string const program =
+            std::string("input ~init.a : array<double>\nb : array<double> = Case(~init.a) {\n") + "  when " +
+            row.firstCondition + " { b = Copy(~init.a) }\n" +
+            "  when probe_true() { b = Map(~init.a) fn negate() }\n" +
+            "  else { b = Map(~init.a) fn negate() }\n}\n";
+        EXPECT_EQ(RunToJson(program, Store("0.0"), L"b"),
+                  row.expectedCalls == 0 ? R"({"$type":"array<double>","values":[1.5,-2.0]})"
+                                         : R"({"$type":"array<double>","values":[-1.5,2.0]})");
+        EXPECT_EQ(GetProbes().calls.load(), row.expectedCalls) << row.firstCondition;
+    }
+}
+
+TEST(Case, AConditionOfLiteralsAloneIsCalledAndReadsNoKey) {
+    for (bool holds : {true, false}) {
+        std::string const condition = holds ? "gt(2, 1)" : "gt(1, 2)";
+        std::string const program =
+            "input ~init.a : array<double>\nb : array<double> = Case(~init.a) {\n  when " + condition +
+            " { b = Map(~init.a) fn negate() }\n  else { b = Copy(~init.a) }\n}\n";
+        EXPECT_EQ(RunToJson(program, Store("0.0"), L"b"),
+                  holds ? R"({"$type":"array<double>","values":[-1.5,2.0]})"
+                        : R"({"$type":"array<double>","values":[1.5,-2.0]})")
+            << condition;
+        // The case reads its captured keys and nothing else.
+        std::vector<core::KeyPath> const inputs = MakeFirst(program)->GetInputPaths();
+        ASSERT_EQ(inputs.size(), 1u);
+        EXPECT_TRUE(inputs[0].TypeAgnosticEquals(Path(L"~init.a")));
+    }
+}
+
+TEST(Case, ALaterChildOfABranchSeesWhatAnEarlierOneWroteAndNothingElseLeaves) {
+    std::string const program = R"(input ~init.a : array<double>
+output b
+b : array<double> = Case(~init.a) {
+  when always() {
+    scaled : array<double> = Map(~init.a) fn multiply(10.0)
+    b = Map(scaled) fn add(1.0)
+  }
+  else { b = Copy(~init.a) }
+}
+)";
+    auto vm = child::MakeVM(program, Store("0.0"));
+    ASSERT_EQ(vm->Execute(), vm::TransformStatus::Complete);
+    auto const result = vm->MaterializeDataStore();
+    EXPECT_EQ(Json(result->GetValue(Path(L"b"))), R"({"$type":"array<double>","values":[16.0,-19.0]})");
+    EXPECT_EQ(result->FindValue(Path(L"scaled")), nullptr);
+}
+
+TEST(Case, AnEmptyElsePassesACapturedOutputThroughAndFailsOnAnyOther) {
+    // An output that is also a captured key is read back from the seeded store as it came in.
+    std::string const passThrough = R"(edge none
+x : array<double> = Case(x) {
+  when never() { x = Map(x) fn negate() }
+  else { }
+}
+)";
+    auto const transform = MakeFirst(passThrough);
+    child::Value const x = Parse("[1.5, -2.0]");
+    vm::TransformValues const outputs = transform->DoTransform({{Path(L"x"), x}}, nullptr);
+    EXPECT_EQ(outputs.GetValue(Path(L"x")), x) << "the very value that came in";
+
+    // An output that no branch wrote is missing from the store when it is read back.
+    std::string const missing = R"(input ~init.a : array<double>
+b : array<double> = Case(~init.a) {
+  when never() { b = Copy(~init.a) }
+  else { }
+}
+)";
+    ExpectRuntimeError([&] { child::MakeVM(missing, Store("0.0"))->Execute(); }, ZelError::KeyNotFound, "b");
+}
+
+TEST(Case, ANestedCaseRunsInAStoreOfItsOwn) {
+    std::string const nested = R"(input ~init.a : array<double>, ~init.limit : double
+b : array<double> = Case(~init.a, ~init.limit) {
+  when gt(~init.limit, 0.0) {
+    inner : array<double> = Case(~init.a) {
+      when always() {
+        scaled : array<double> = Map(~init.a) fn multiply(10.0)
+        inner = Map(scaled) fn add(1.0)
+      }
+      else { inner = Copy(~init.a) }
+    }
+    b = Map(inner) fn negate()
+  }
+  else { b = Copy(~init.a) }
+}
+)";
+    EXPECT_EQ(RunToJson(nested, Store("1.0"), L"b"), R"({"$type":"array<double>","values":[-16.0,19.0]})");
+    EXPECT_EQ(RunToJson(nested, Store("-1.0"), L"b"), R"({"$type":"array<double>","values":[1.5,-2.0]})");
+
+    // What the inner case wrote but does not hand back stays in its store.
+    std::string const leaking = R"(input ~init.a : array<double>
+b : array<double> = Case(~init.a) {
+  when always() {
+    inner : array<double> = Case(~init.a) {
+      when always() { scaled : array<double> = Map(~init.a) fn multiply(10.0); inner = Copy(scaled) }
+      else { inner = Copy(~init.a) }
+    }
+    b = Copy(scaled)
+  }
+  else { b = Copy(~init.a) }
+}
+)";
+    ExpectRuntimeError([&] { child::MakeVM(leaking, Store("0.0"))->Execute(); }, ZelError::KeyNotFound,
+                       "scaled");
+}
+
+// The branch: a first child that raises the probes' flag, a second that counts its rows.
+constexpr char const* c_cancellingBranch = R"(input ~init.a : array<double>
+b : array<double> = Case(~init.a) {
+  when always() {
+    t : array<double> = Map(~init.a) fn probe_cancel()
+    b = Map(t) fn probe_count()
+  }
+  else { b = Copy(~init.a) }
+}
+)";
+
+TEST(Case, ACancelledRunStopsBetweenChildrenAndReadsNoOutput) {
+    auto const transform = MakeFirst(c_cancellingBranch);
+    vm::TransformValues const inputs{{Path(L"~init.a"), Parse("[1.5, -2.0]")}};
+
+    // Raised before the first child: nothing runs.
+    child::ResetProbes();
+    GetProbes().cancel.cancelled = true;
+    vm::TransformValues outputs = transform->DoTransform(inputs, &GetProbes().cancel);
+    EXPECT_EQ(outputs.begin(), outputs.end());
+    EXPECT_EQ(GetProbes().calls.load(), 0);
+
+    // Raised by the first child: the second never runs, and b, which it would write, is not read.
+    child::ResetProbes();
+    outputs = transform->Clone()->DoTransform(inputs, &GetProbes().cancel);
+    EXPECT_EQ(outputs.begin(), outputs.end());
+    EXPECT_EQ(GetProbes().calls.load(), 2) << "probe_cancel's two rows and no row of probe_count";
+
+    // Without a source the same case runs to its end.
+    child::ResetProbes();
+    outputs = transform->DoTransform(inputs, nullptr);
+    EXPECT_EQ(Json(outputs.GetValue(Path(L"b"))), R"({"$type":"array<double>","values":[1.5,-2.0]})");
+    EXPECT_EQ(GetProbes().calls.load(), 4);
+}
+
+TEST(Case, AMachineWhoseCaseIsCancelledEndsCancelled) {
+    child::ResetProbes();
+    auto vm = child::MakeVM(c_cancellingBranch, Store("0.0"));
+    vm->SetCancellationTokenSource(
+        std::shared_ptr<vm::ICancellationTokenSource>(std::shared_ptr<void>(), &GetProbes().cancel));
+    EXPECT_EQ(vm->Execute(), vm::TransformStatus::Cancelled);
+    EXPECT_EQ(GetProbes().calls.load(), 2);
+}
+
+class CaseMetrics : public ::testing::Test {
+protected:
+    void SetUp() override { metrics_test::RestoreMetricsDefaults(); }
+    void TearDown() override { metrics_test::RestoreMetricsDefaults(); }
+};
+
+TEST_F(CaseMetrics, EachChildRunsInAScopeNamedAfterTheCaseAndTheChild) {
+    std::string const program = R"(input ~init.a : array<double>
+b : array<double> = Case(~init.a) {
+  when always() {
+    one : double = SetValueMulti() fn `probe|pipe`()
+    b = Map(~init.a) fn multiply(one)
+  }
+  else { b = Copy(~init.a) }
+}
+)";
+    MetricsFilter::SetFilter(MetricsFilter::c_allBits);
+    EXPECT_EQ(RunToJson(program, Store("0.0"), L"b"), R"({"$type":"array<double>","values":[1.5,-2.0]})");
+    std::vector<std::wstring> names;
+    for (auto const& scope : Metrics::GetRegistry().Snapshot()) {
+        names.push_back(scope.name.str());
+    }
+    EXPECT_NE(std::find(names.begin(), names.end(), L"Case_SetValueMulti_probe?pipe"), names.end());
+    EXPECT_NE(std::find(names.begin(), names.end(), L"Case_Map"), names.end());
+    EXPECT_NE(std::find(names.begin(), names.end(), L"RunNode_Case"), names.end());
+}
+
+TEST(CaseMaking, AConditionMustBeAMultinaryFunctionReturningBool) {
+    std::string const program = R"(input ~init.a : array<double>
+b : array<double> = Case(~init.a) {
+  when add(1, 2) { b = Copy(~init.a) }
+  else { b = Copy(~init.a) }
+}
+)";
+    ExpectPlainThrow([&] { MakeFirst(program); }, ZelError::FunctionTypeMismatch, "add");
+}
+
+TEST(CaseMaking, AFailingChildNamesItsOwnStatement) {
+    std::string const program = R"(input ~init.a : array<string>
+b : array<string> = Case(~init.a) {
+  when always() { b = Copy(~init.a) }
+  else { b = Map(~init.a) fn negate() }
+}
+)";
+    try {
+        child::MakeVM(program, R"({"a": ["x"]})");
+        ADD_FAILURE() << "no failure";
+    } catch (core::ZelRuntimeException const& e) {
+        std::string const text = e.GetText().ToUtf8();
+        EXPECT_EQ(text.rfind("line 4, column 10: Map:", 0), 0u) << text;
+    }
+}
+
+TEST(CaseMaking, WhenAndElseAloneAreRefused) {
+    core::TransformSpec const when =
+        vm::OpWhenSpec::Create(core::FunctionSpec::Make(L"always", std::vector<core::ValueSpec>{}), {});
+    core::TransformSpec const otherwise = vm::OpElseSpec::Create({});
+    for (core::TransformSpec const* spec : {&when, &otherwise}) {
+        ExpectCheckFailure(
+            [&] { vm::MakeTransform(*spec, child::Functions(), core::KeyPathTypeLookup(), vm::VMOptions()); },
+            ZelError::OperatorNotMaterialised, "");
+    }
+}
+
+}  // namespace
+}  // namespace zel::test::casetest
