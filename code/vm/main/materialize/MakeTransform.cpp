@@ -1,6 +1,8 @@
 #include "zel/vm/materialize/MakeTransform.h"
 
+#include "materialize/MakeCaseTransform.h"
 #include "materialize/MakeCreateKeySetTransform.h"
+#include "materialize/MakePartitionTransform.h"
 #include "materialize/MakeSetValueMultiTransform.h"
 #include "materialize/MakeSetValueTransform.h"
 #include "materialize/MakeZipTransform.h"
@@ -62,13 +64,14 @@ std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec,
                                          core::ITypeLookup const& types, VMOptions const& options) {
     switch (spec.GetOperatorType()) {
         case OperatorType::ApplyByPartition:
-            return NotInThisBuild<OpApplyByPartitionSpec>(spec);
+            return MakePartitionTransform(OpApplyByPartitionSpec(spec), OperatorType::ApplyByPartition,
+                                          functions, types, options);
         case OperatorType::Block:
             ZEL_FAIL(ZelError::OperatorNotMaterialised);
         case OperatorType::Call:
             ZEL_FAIL(ZelError::OperatorNotMaterialised);
         case OperatorType::Case:
-            return NotInThisBuild<OpCaseSpec>(spec);
+            return MakeCaseTransform(OpCaseSpec(spec), functions, types, options);
         case OperatorType::Concat:
             return NotInThisBuild<OpConcatSpec>(spec);
         case OperatorType::Constant:
@@ -86,7 +89,8 @@ std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec,
         case OperatorType::Filter:
             return MakeFilterTransform(OpFilterSpec(spec), functions, types, options);
         case OperatorType::GroupBy:
-            return NotInThisBuild<OpGroupBySpec>(spec);
+            return MakePartitionTransform(OpGroupBySpec(spec), OperatorType::GroupBy, functions, types,
+                                          options);
         case OperatorType::Index:
             return NotInThisBuild<OpIndexSpec>(spec);
         case OperatorType::InnerJoin:

@@ -181,6 +181,10 @@ std::wstring ExplainFailure(ZelError error, core::TransformSpec const& spec,
                 return L"sort(...) gives one order for each column that MultiSort sorts: one order without "
                        L"the table flag, and with it one for each input before the table";
             }
+            if (s.Type() == OperatorType::GroupBy || s.Type() == OperatorType::ApplyByPartition) {
+                return s.Op() +
+                       L" needs at least one partition key, a column of the table, right after the table";
+            }
             return s.Op() +
                    L" takes pairs of key columns and then the two tables, at least four inputs, and "
                    L"the statement gives " +
