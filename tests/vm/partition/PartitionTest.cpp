@@ -57,18 +57,26 @@ std::string Int32s(std::string const& values) {
     return R"({"$type":"array<int32>","values":[)" + values + "]}";
 }
 
-std::string const c_groupBy = std::string(c_input) + R"(out : table = GroupBy(~init.t, ~init.t.k) {
+// A child without a range form makes every partition run with a gather; the results are the same.
+std::string GatherChild(bool gather) {
+    return gather ? "  scratch : array<double> = Copy(~init.t.v)\n" : "";
+}
+
+std::string GroupByProgram(bool gather) {
+    return std::string(c_input) + R"(out : table = GroupBy(~init.t, ~init.t.k) {
   out.total : array<double> = Reduce(~init.t.v) fn add() value 0.0
   out.n : array<int32> = Reduce(~init.t.v) fn count() value 0
+)" + GatherChild(gather) +
+           "}\n";
 }
-)";
 
-std::string const c_applyByPartition =
-    std::string(c_input) + R"(out : table = ApplyByPartition(~init.t, ~init.t.k) {
+std::string ApplyByPartitionProgram(bool gather) {
+    return std::string(c_input) + R"(out : table = ApplyByPartition(~init.t, ~init.t.k) {
   out.total : array<double> = Reduce(~init.t.v) fn add() value 0.0
   out.running : array<double> = Scan(~init.t.v) fn add() value 0.0
+)" + GatherChild(gather) +
+           "}\n";
 }
-)";
 
 TEST(PartitionGroupBy, AdjacentEqualKeysFormAPartitionAndEachPartitionARow) {
     struct Row {
@@ -87,9 +95,12 @@ TEST(PartitionGroupBy, AdjacentEqualKeysFormAPartitionAndEachPartitionARow) {
         {c_noKeys, c_noValues, ResultTable({{"k", Strings("")}, {"n", Int32s("")}, {"total", Doubles("")}})},
     };
     for (Row const& row : rows) {
-        for (vm::VMOptions const& options : {vm::VMOptions(), child::Serial()}) {
-            EXPECT_EQ(RunToJson(c_groupBy, Table(row.keys, row.values), L"out", options), row.expected)
-                << row.keys;
+        for (bool gather : {false, true}) {
+            for (vm::VMOptions const& options : {vm::VMOptions(), child::Serial()}) {
+                EXPECT_EQ(RunToJson(GroupByProgram(gather), Table(row.keys, row.values), L"out", options),
+                          row.expected)
+                    << row.keys << (gather ? ", gather" : ", range");
+            }
         }
     }
 }
@@ -112,10 +123,13 @@ TEST(PartitionApplyByPartition, EachPartitionsResultsFillItsOwnRows) {
              {{"k", Strings("")}, {"running", Doubles("")}, {"total", Doubles("")}, {"v", Doubles("")}})},
     };
     for (Row const& row : rows) {
-        for (vm::VMOptions const& options : {vm::VMOptions(), child::Serial()}) {
-            EXPECT_EQ(RunToJson(c_applyByPartition, Table(row.keys, row.values), L"out", options),
-                      row.expected)
-                << row.keys;
+        for (bool gather : {false, true}) {
+            for (vm::VMOptions const& options : {vm::VMOptions(), child::Serial()}) {
+                EXPECT_EQ(
+                    RunToJson(ApplyByPartitionProgram(gather), Table(row.keys, row.values), L"out", options),
+                    row.expected)
+                    << row.keys << (gather ? ", gather" : ", range");
+            }
         }
     }
 }
