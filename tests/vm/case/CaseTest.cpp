@@ -167,6 +167,26 @@ b : array<double> = Case(~init.a) {
                        "scaled");
 }
 
+TEST(Case, ABranchMayHoldAPartitionOfItsCapturedTable) {
+    std::string const program =
+        R"(input ~init.t : table { k : array<string>, v : array<double> }, ~init.by_key : bool
+out : table = Case(~init.t, ~init.t.k, ~init.by_key) {
+  when is_true(~init.by_key) {
+    out = GroupBy(~init.t, ~init.t.k) { out.total : array<double> = Reduce(~init.t.v) fn add() value 0.0 }
+  }
+  else { out = Copy(~init.t) }
+}
+)";
+    std::string const table =
+        R"({"$type": "table", "columns": {"k": ["a", "a", "b"], "v": [1.0, 2.0, 4.0]}})";
+    EXPECT_EQ(RunToJson(program, R"({"by_key": true, "t": )" + table + "}", L"out"),
+              R"({"$type":"table","columns":{"k":{"$type":"array<string>","values":["a","b"]},)"
+              R"("total":{"$type":"array<double>","values":[3.0,4.0]}}})");
+    EXPECT_EQ(RunToJson(program, R"({"by_key": false, "t": )" + table + "}", L"out"),
+              R"({"$type":"table","columns":{"k":{"$type":"array<string>","values":["a","a","b"]},)"
+              R"("v":{"$type":"array<double>","values":[1.0,2.0,4.0]}}})");
+}
+
 // The branch: a first child that raises the probes' flag, a second that counts its rows.
 constexpr char const* c_cancellingBranch = R"(input ~init.a : array<double>
 b : array<double> = Case(~init.a) {
