@@ -74,6 +74,8 @@ std::vector<TypeCase> const c_typeCases{
     {"array<string(nocase)>", R"(["b", "a", null, "B", "A"])", "[2,1,4,0,3]", "[0,3,1,4,2]"},
     // German: a, ä, b, B (lower case first); code point order would put ä last.
     {"array<string(de)>", R"(["b", "a", null, "B", "ä"])", "[2,1,4,0,3]", "[3,0,4,1,2]"},
+    // Keys longer than a radix prefix, equal in their first bytes: settled by the whole key.
+    {"array<string(de)>", R"(["Müller", "Mueller", "Muller", "Müllerin", "Mülle"])", "[1,4,2,0,3]", "[3,0,2,4,1]"},
     {"array<date>", R"(["2024-02-01", "2023-12-31", null, "2024-02-01"])", "[2,1,0,3]", "[0,3,1,2]"},
     {"array<datetime>", R"(["2024-02-01T00:00:01", "2024-02-01T00:00:00", null])", "[2,1,0]", "[0,1,2]"},
     {"array<color>", R"(["#000000FF", "#00000000", null, "#FF000000"])", "[2,1,0,3]", "[3,0,1,2]"},
