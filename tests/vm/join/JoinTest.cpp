@@ -188,6 +188,20 @@ TEST(Join, SpecialKeysFollowTheBuildSide) {
 
 // A second pair joins the two reduced tables anew: it does not narrow the first pair's matches.
 // A right key with a name of its own stays a column, a right key named like a left column goes.
+// Key columns in the constant, run-length and indexed layouts match as their flat forms do.
+TEST(Join, KeysInEveryLayoutJoinAlike) {
+    Value const left = Table(R"("k": {"$type": "array<int32>", "constant": 2, "count": 2}, "l": [0, 1])");
+    Value const right =
+        Table(R"("k": {"$type": "array<int32>", "runs": [{"value": 1, "count": 2}, {"value": 2, "count": 1}]},
+                                "r": {"$type": "array<int32>", "values": [10, 11, 12], "indices": [2, 1, 0]})");
+    Value const inner = Join("InnerJoin", left, right);
+    EXPECT_EQ(Json(inner->AsTable().GetColumn(L"l")), Values("[0,1]"));
+    EXPECT_EQ(Json(inner->AsTable().GetColumn(L"r")), Values("[10,10]"));
+    Value const outer = Join("LeftOuterJoin", right, left);
+    EXPECT_EQ(Json(outer->AsTable().GetColumn(L"r")), Values("[10,10,12,11]"));
+    EXPECT_EQ(Json(outer->AsTable().GetColumn(L"l")), Values("[0,1,null,null]"));
+}
+
 TEST(Join, EveryPairJoinsTheReducedTablesAnew) {
     Value const left = Table(R"("a": [1, 1, 2], "b": ["x", "y", "x"], "l": [0, 1, 2])");
     Value const right = Table(R"("a": [1, 2], "c": ["y", "x"], "r": [10, 11])");
