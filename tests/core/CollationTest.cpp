@@ -145,3 +145,31 @@ TEST(Collations, LocaleCollatorIsSafeFromManyThreads) {
     threads.clear();
     EXPECT_EQ(failures.load(), 0);
 }
+
+// A sort key orders as its collator compares: compared as unsigned bytes, a key before its
+// extensions. Texts that tie under the collation have equal keys.
+TEST(Collations, SortKeysOrderAsTheCollatorCompares) {
+    std::vector<std::wstring> const texts{L"",      L"a",    L"A",     L"ab",     L"b",       L"B",
+                                          L"ä",     L"Äb",   L"Muller", L"Müller", L"Mueller", L"Mülle",
+                                          L"z\u00DF", L"zss", std::wstring(1, L'\0'), L"a\U0001F600"};
+    for (char const* name : {"binary", "nocase", "de", "sv", "en-u-ks-level2"}) {
+        Collation const collation = Collation::Named(TStringCore::FromUtf8(name));
+        ICollator const& collator = collation.GetCollator();
+        for (std::wstring const& a : texts) {
+            for (std::wstring const& b : texts) {
+                std::string keyA;
+                std::string keyB;
+                collator.AppendSortKey(a, keyA);
+                collator.AppendSortKey(b, keyB);
+                int const byKeys = keyA.compare(keyB);
+                int const compared = collator.Compare(a, b);
+                EXPECT_EQ((byKeys > 0) - (byKeys < 0), compared)
+                    << name << ": " << TStringCore(a) << " vs " << TStringCore(b);
+            }
+        }
+        // Appending adds to what is there.
+        std::string key = "x";
+        collator.AppendSortKey(L"a", key);
+        EXPECT_EQ(key.front(), 'x');
+    }
+}

@@ -34,6 +34,13 @@ std::uint64_t HashWide(std::wstring_view text) noexcept {
     return std::hash<std::wstring_view>{}(text);
 }
 
+// Four bytes, most significant first: byte order is then the order of the 32-bit values.
+void AppendBigEndian(std::uint32_t value, std::string& out) {
+    char const bytes[4] = {static_cast<char>(value >> 24), static_cast<char>(value >> 16),
+                           static_cast<char>(value >> 8), static_cast<char>(value)};
+    out.append(bytes, 4);
+}
+
 int ToSign(std::strong_ordering order) noexcept {
     return order < 0 ? -1 : (order > 0 ? 1 : 0);
 }
@@ -51,6 +58,11 @@ public:
     }
     bool Equal(std::wstring_view a, std::wstring_view b) const override { return a == b; }
     std::uint64_t Hash(std::wstring_view text) const override { return HashWide(text); }
+    void AppendSortKey(std::wstring_view text, std::string& out) const override {
+        for (wchar_t c : text) {
+            AppendBigEndian(static_cast<std::uint32_t>(c), out);
+        }
+    }
 
 private:
     TStringCore m_name = L"binary";
@@ -76,6 +88,11 @@ public:
         std::transform(text.begin(), text.end(), folded.begin(),
                        [](wchar_t c) { return static_cast<wchar_t>(Fold(c)); });
         return HashWide(std::wstring_view(folded.data(), folded.size()));
+    }
+    void AppendSortKey(std::wstring_view text, std::string& out) const override {
+        for (wchar_t c : text) {
+            AppendBigEndian(Fold(c), out);
+        }
     }
 
 private:
@@ -159,6 +176,27 @@ public:
         auto const size = std::min(static_cast<std::size_t>(std::max(needed, 0)), key.size());
         return std::hash<std::string_view>{}(
             std::string_view(reinterpret_cast<char const*>(key.data()), size));
+    }
+
+    // ICU's sort key without its terminating zero byte, written straight into `out`.
+    void AppendSortKey(std::wstring_view text, std::string& out) const override {
+        Utf16Buffer utf16;
+        ToUtf16(text, utf16);
+        std::size_t const start = out.size();
+        out.resize(start + 2 * utf16.size() + 16);
+        Lease lease(*this);
+        auto const length = static_cast<int32_t>(utf16.size());
+        auto const write = [&] {
+            return ucol_getSortKey(lease.Get(), utf16.data(), length,
+                                   reinterpret_cast<std::uint8_t*>(out.data() + start),
+                                   static_cast<int32_t>(out.size() - start));
+        };
+        int32_t needed = write();
+        if (needed > static_cast<int32_t>(out.size() - start)) {
+            out.resize(start + static_cast<std::size_t>(needed));
+            needed = write();
+        }
+        out.resize(start + static_cast<std::size_t>(std::max(needed - 1, 0)));
     }
 
 private:

@@ -2,6 +2,7 @@
 
 #include "materialize/MakeCaseTransform.h"
 #include "materialize/MakeCreateKeySetTransform.h"
+#include "materialize/MakeJoinTransform.h"
 #include "materialize/MakePartitionTransform.h"
 #include "materialize/MakeSetValueMultiTransform.h"
 #include "materialize/MakeSetValueTransform.h"
@@ -11,6 +12,7 @@
 #include "transform/CopyTransform.h"
 #include "transform/CreateTableTransform.h"
 #include "transform/InternalCreateKeyMapTransform.h"
+#include "transform/MultiSortTransform.h"
 #include "transform/flatdata/MakeAggregateTransform.h"
 #include "transform/flatdata/MakeFilterTransform.h"
 #include "transform/flatdata/MakeMapTransform.h"
@@ -94,13 +96,13 @@ std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec,
         case OperatorType::Index:
             return NotInThisBuild<OpIndexSpec>(spec);
         case OperatorType::InnerJoin:
-            return NotInThisBuild<OpInnerJoinSpec>(spec);
+            return MakeInnerJoinTransform(OpInnerJoinSpec(spec));
         case OperatorType::LeftOuterJoin:
-            return NotInThisBuild<OpLeftOuterJoinSpec>(spec);
+            return MakeLeftOuterJoinTransform(OpLeftOuterJoinSpec(spec));
         case OperatorType::Map:
             return MakeMapTransform(OpMapSpec(spec), functions, types, options);
         case OperatorType::MultiSort:
-            return NotInThisBuild<OpMultiSortSpec>(spec);
+            return MultiSortTransform::Make(OpMultiSortSpec(spec));
         case OperatorType::NoOp:
             ZEL_FAIL(ZelError::SpecError216);
         case OperatorType::Output:

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "vorsys/string/TStringCore.h"
@@ -23,6 +24,10 @@ public:
     virtual int Compare(std::wstring_view a, std::wstring_view b) const = 0;
     virtual bool Equal(std::wstring_view a, std::wstring_view b) const = 0;
     virtual std::uint64_t Hash(std::wstring_view text) const = 0;
+    // Appends the sort key of `text` to `out`: bytes whose order, compared as unsigned bytes with a
+    // prefix before its extensions, is Compare's order, and whose equality is Equal. A sort that
+    // compares many times computes each key once.
+    virtual void AppendSortKey(std::wstring_view text, std::string& out) const = 0;
 };
 
 // Names how the strings of a column compare. A small value: a shared pointer to an immutable
