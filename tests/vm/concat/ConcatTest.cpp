@@ -16,6 +16,7 @@ using core::KeyPath;
 using filter::Json;
 using filter::Parse;
 using filter::RunProgram;
+using filter::Texts;
 using filter::Value;
 
 Value Table(std::string const& columnsJson) {
@@ -80,15 +81,14 @@ TEST(Concat, ATableBesideAnArrayReachesTheLibrarysRefusal) {
 TEST(Concat, ReadsItsInputsAndWritesOneOutput) {
     auto const transform = filter::MakeFirst("b : array<int32> = Concat(~init.a, ~init.c, ~init.a)\n");
     EXPECT_EQ(transform->GetOperatorType(), vm::OperatorType::Concat);
-    EXPECT_EQ(transform->GetInputPaths(),
-              (std::vector<KeyPath>{KeyPath::Parse(L"~init.a"), KeyPath::Parse(L"~init.c"),
-                                    KeyPath::Parse(L"~init.a")}));
-    EXPECT_EQ(transform->GetOutputPaths(), std::vector<KeyPath>{KeyPath(L"b")});
+    EXPECT_EQ(Texts(transform->GetInputPaths()), "~init.a ~init.c ~init.a");
+    EXPECT_EQ(Texts(transform->GetOutputPaths()), "b");
     EXPECT_EQ(transform->GetMetricsString().ToUtf8(), "Concat");
     vm::TransformValues values;
     values.SetValue(KeyPath::Parse(L"~init.a"), Parse("[1]"));
     values.SetValue(KeyPath::Parse(L"~init.c"), Parse("[2]"));
-    EXPECT_EQ(Json(transform->Clone()->DoTransform(values, nullptr).GetValue(KeyPath(L"b"))), "[1,2,1]");
+    EXPECT_EQ(Json(transform->Clone()->DoTransform(values, nullptr).GetValue(KeyPath(L"b"))),
+              Json(Parse("[1, 2, 1]")));
 }
 
 }  // namespace

@@ -17,6 +17,7 @@ using core::KeyPath;
 using filter::Json;
 using filter::Parse;
 using filter::RunProgram;
+using filter::Texts;
 using filter::Value;
 
 std::string Program(char const* type, bool includeSpecial) {
@@ -84,10 +85,11 @@ TEST(Distinct, AValueThatIsNoCollectionIsRefused) {
 TEST(Distinct, ReadsOneInputAndClonesItsFlag) {
     auto const transform = filter::MakeFirst(Program("array<int32>", true));
     EXPECT_EQ(transform->GetOperatorType(), vm::OperatorType::Distinct);
-    EXPECT_EQ(transform->GetInputPaths(), std::vector<KeyPath>{KeyPath::Parse(L"~init.a")});
-    EXPECT_EQ(transform->GetOutputPaths(), std::vector<KeyPath>{KeyPath(L"b")});
+    EXPECT_EQ(Texts(transform->GetInputPaths()), "~init.a");
+    EXPECT_EQ(Texts(transform->GetOutputPaths()), "b");
     vm::TransformValues values;
-    values.SetValue(KeyPath::Parse(L"~init.a"), Parse("[null, null]"));
+    values.SetValue(KeyPath::Parse(L"~init.a"),
+                    Parse(R"({"$type": "array<int32>", "values": [null, null]})"));
     EXPECT_EQ(transform->Clone()->DoTransform(values, nullptr).GetValue(KeyPath(L"b"))->GetCount(), 1u);
 }
 
