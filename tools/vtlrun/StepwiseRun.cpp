@@ -2,11 +2,13 @@
 
 #include <boost/unordered/unordered_map.hpp>
 
+#include <algorithm>
 #include <set>
 #include <utility>
 #include <vector>
 
 #include "zel/core/store/IStoreKeyMap.h"
+#include "zel/core/store/KeyPathPrefixTree.h"
 #include "zel/core/store/StoreValueFactory.h"
 #include "zel/core/utility/ZelCheck.h"
 #include "zel/core/utility/ZelLog.h"
@@ -87,36 +89,64 @@ std::vector<unsigned int> RunOrder(std::size_t count, std::vector<zel::core::Gra
     return order;
 }
 
-// The result as the machine gives it: the inputs without "~init" and the program's values, a value
-// of the program shadowing an input of the same name; with output keys only what they name.
+// The result as the machine gives it. Inputs (without "~init") and the statements' outputs share
+// one path space; of those, the paths without another beneath which they lie make up the result,
+// an output shadowing the input of its name, and an output beneath an input left out (the input
+// stands whole). With output keys, a path is kept whole when a key names it or a path above it,
+// in part when keys name paths below it, and left out otherwise.
 std::unique_ptr<zel::core::IDataStore> SelectResult(zel::core::IDataStore const& store,
+                                                    std::vector<zel::core::TransformSpec> const& specs,
                                                     zel::core::OutputKeySet const& outputKeys) {
     KeyPath const& initial = zel::vm::KeyPathUtil::Initial();
-    auto const find = [&](KeyPath const& path) {
-        std::shared_ptr<zel::core::StoreValue> value = store.FindValue(path);
-        return value ? value : store.FindValue(zel::vm::KeyPathUtil::AddInitial(path));
-    };
-    auto result = zel::core::factory::MakeDataStore(zel::core::StoreValueMap{});
-    if (outputKeys.empty()) {
-        for (auto const& [name, value] : store.GetRoot()->GetEntries()) {
-            if (name != initial.GetLeaf()) {
-                result->SetValue(KeyPath(name), value);
+    std::vector<KeyPath> written;
+    auto const present = zel::core::KeyPathPrefixTree::Make();
+    for (zel::core::TransformSpec const& spec : specs) {
+        for (KeyPath const& output : spec.GetOutputs()) {
+            if (!output.IsEmpty()) {
+                written.push_back(output);
+                present->Add(output, true);
             }
         }
-        if (auto const inputs = store.FindValue(initial)) {
-            for (auto const& [name, value] : inputs->AsKeyMap().GetEntries()) {
-                if (!result->FindValue(KeyPath(name))) {
-                    result->SetValue(KeyPath(name), value);
+    }
+    std::shared_ptr<zel::core::StoreValue> const inputs = store.GetValue(initial);
+    for (auto const& [name, value] : inputs->AsKeyMap().GetEntries()) {
+        present->Add(KeyPath(name), true);
+    }
+    std::unique_ptr<zel::core::KeyPathPrefixTree> wanted;
+    std::vector<KeyPath> wantedPaths;
+    if (!outputKeys.empty()) {
+        wanted = zel::core::KeyPathPrefixTree::Make();
+        for (KeyPath const& key : outputKeys) {
+            bool const isInput = key.GetCount() > 1 && initial.IsPrefixOf(key);
+            wantedPaths.push_back(isInput ? zel::vm::KeyPathUtil::DropInitial(key) : key);
+            wanted->Add(wantedPaths.back(), true);
+        }
+    }
+
+    auto result = zel::core::factory::MakeDataStore(zel::core::StoreValueMap{});
+    for (KeyPath const& elder : present->GetEldersOfDescendants()) {
+        bool const isOutput = std::any_of(written.begin(), written.end(), [&](KeyPath const& path) {
+            return path.TypeAgnosticEquals(elder);
+        });
+        std::shared_ptr<zel::core::StoreValue> const value =
+            store.FindValue(isOutput ? elder : zel::vm::KeyPathUtil::AddInitial(elder));
+        if (!value) {
+            continue;
+        }
+        zel::core::KeyPathPrefixTree const* const node = wanted ? wanted->Add(elder, false).first : nullptr;
+        if (node == nullptr || node->IsConcrete() || node->HasConcreteAncestor()) {
+            result->SetValue(elder, value);
+        } else if (node->HasConcreteDescendant()) {
+            // Only the members that keys name, read out of the value where it stands.
+            auto const part = zel::core::factory::MakeDataStore(zel::core::StoreValueMap{});
+            part->SetValue(elder, value);
+            for (KeyPath const& path : wantedPaths) {
+                if (elder.IsPrefixOf(path) && !path.TypeAgnosticEquals(elder)) {
+                    if (auto const member = part->FindValue(path)) {
+                        result->SetValue(path, member);
+                    }
                 }
             }
-        }
-        return result;
-    }
-    for (KeyPath const& key : outputKeys) {
-        bool const isInput = key.GetCount() > 1 && initial.IsPrefixOf(key);
-        KeyPath const path = isInput ? zel::vm::KeyPathUtil::DropInitial(key) : key;
-        if (auto const value = find(path)) {
-            result->SetValue(path, value);
         }
     }
     return result;
@@ -153,7 +183,7 @@ std::unique_ptr<zel::core::IDataStore> RunStepwise(TStringCore const& program,
         }
         logger.ExecutionResult(specs[i], store.get());
     }
-    return SelectResult(*store, outputKeys);
+    return SelectResult(*store, specs, outputKeys);
 }
 
 }  // namespace vtlrun
