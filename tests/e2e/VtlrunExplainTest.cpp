@@ -174,6 +174,23 @@ TEST_F(VtlrunExplainOf, ATracedRunFailsAsANormalRunDoes) {
     EXPECT_TRUE(failure.starts_with("error 313 (IndexInputInvalid): ")) << failure;
 }
 
+// Statements run in the order they stand in, except that one waits for the one that writes what
+// it reads.
+TEST_F(VtlrunExplainOf, AStatementWaitsForTheStatementThatWritesWhatItReads) {
+    std::string const program =
+        "input ~init.a : array<int32>\nd : array<int32> = Copy(~init.a)\nc : array<int32> = Copy(b)\n"
+        "b : array<int32> = Copy(~init.a)\n";
+    ProcessResult const run = Run(program, {"--explain"});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    std::vector<std::string> statements;
+    for (std::string const& line : Lines(run.err)) {
+        if (!line.starts_with("[info]  ")) {
+            statements.push_back(line.substr(std::string("[info] ").size(), 1));
+        }
+    }
+    EXPECT_EQ(statements, (std::vector<std::string>{"d", "b", "c"}));
+}
+
 TEST_F(VtlrunExplainOf, SampleAndUpdateAreRefusedWhereTheyDoNotApply) {
     for (auto const& options : std::vector<std::vector<std::string>>{
              {"--sample", "3"}, {"--explain", "--sample", "-1"}, {"--explain", "--update", m_store}}) {
