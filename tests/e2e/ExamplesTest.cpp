@@ -29,6 +29,10 @@ struct Example {
 
     std::string Read(char const* file) const { return ReadFile(dir / file); }
     bool HasUpdate() const { return fs::exists(dir / "changes.json"); }
+    // What the program itself writes to stderr (the function print), when it writes anything.
+    std::optional<std::string> Stderr() const {
+        return fs::exists(dir / "stderr.txt") ? std::optional(Read("stderr.txt")) : std::nullopt;
+    }
     // One line of warnings.txt for each warning the run logs, in order: a part of its text.
     std::vector<std::string> Warnings() const {
         std::vector<std::string> lines;
@@ -118,7 +122,11 @@ TEST_P(Examples, VtlrunPrintsTheExpectedStore) {
         ProcessResult const run = RunVtlrun(arguments);
         EXPECT_EQ(run.exitCode, 0) << run.err;
         EXPECT_EQ(run.out, example.Read(expected));
-        ExpectWarnings(run.err, example.Warnings());
+        if (auto const err = example.Stderr()) {
+            EXPECT_EQ(run.err, *err);
+        } else {
+            ExpectWarnings(run.err, example.Warnings());
+        }
         if (!example.HasUpdate()) {
             break;
         }

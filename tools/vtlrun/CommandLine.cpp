@@ -63,6 +63,10 @@ options:
   --trace FILE           write a trace-event JSON file of the run
   --log-level LEVEL      error, warning, info (default), debug or trace, or 0 to 4; debug also
                          shows the report of each failed check
+  --explain              run one statement at a time and trace each on stderr: the statement,
+                         its inputs and its outputs
+  --sample N             with --explain, the most elements of a value that the trace shows
+                         (0 to 4294967295, default 10; 4294967295 shows all)
   --list-functions       print the built-in functions and their signatures
   -h, --help             print this text
 
@@ -88,6 +92,8 @@ CommandLine ParseCommandLine(int argc, char const* const* argv) {
         ("metrics", "")                                      //
         ("trace", po::value<std::string>(), "")              //
         ("log-level", po::value<std::string>(), "")          //
+        ("explain", "")                                      //
+        ("sample", po::value<std::string>(), "")             //
         ("files", po::value<std::vector<std::string>>(), "");
     po::positional_options_description positional;
     positional.add("files", -1);
@@ -171,6 +177,16 @@ CommandLine ParseCommandLine(int argc, char const* const* argv) {
     }
     if (values.count("no-vectorise") != 0) {
         settings.vmOptions.SetUseVectorizedTransforms(false);
+    }
+    settings.explain = values.count("explain") != 0;
+    if (auto const sample = text("sample")) {
+        if (!settings.explain) {
+            throw UsageError("--sample goes with --explain");
+        }
+        settings.sample = ParseCount("sample", *sample, 0, std::numeric_limits<unsigned int>::max());
+    }
+    if (settings.explain && settings.changes) {
+        throw UsageError("--explain traces one run and takes no --update");
     }
     if (auto const level = text("log-level")) {
         auto const parsed = zel::core::ParseZelLogLevel(*level);

@@ -32,6 +32,10 @@ struct RunSettings {
     // not given.
     std::optional<std::size_t> memoryCacheBytes;
     zel::core::ZelLogLevel logLevel = zel::core::ZelLogLevel::Info;
+    // Run one statement at a time and trace each through the log, values sampled to `sample`
+    // elements (0: none, 4294967295: all).
+    bool explain = false;
+    unsigned int sample = 10;
 };
 
 struct CommandLine {

@@ -6,6 +6,7 @@
 
 #include "Failure.h"
 #include "ProgressLine.h"
+#include "StepwiseRun.h"
 #include "StoreFiles.h"
 #include "vormetrics/MetricsFilter.h"
 #include "vormetrics/MetricsRegistry.h"
@@ -138,6 +139,15 @@ void WriteDiagnostics(RunSettings const& settings, std::FILE* diagnostics) {
     }
 }
 
+// Writes the result as a normal run does.
+void WriteResult(RunSettings const& settings, zel::core::IDataStore const& result, std::FILE* out) {
+    if (settings.output) {
+        WriteStoreFile(result, *settings.output);
+    } else {
+        WriteToStream(FormatStoreJson(result), out, "result to stdout");
+    }
+}
+
 Outcome RunMachine(RunSettings const& settings,
                    std::shared_ptr<zel::vm::ICancellationTokenSource> const& cancel,
                    TStringCore const& program, std::shared_ptr<zel::core::IDataStore> store,
@@ -160,12 +170,22 @@ Outcome RunMachine(RunSettings const& settings,
     }
 
     auto const scope = Metrics::OpenScope(L"vtlrun_WriteResult");
-    auto const result = vm->MaterializeDataStore();
-    if (settings.output) {
-        WriteStoreFile(*result, *settings.output);
-    } else {
-        WriteToStream(FormatStoreJson(*result), out, "result to stdout");
+    WriteResult(settings, *vm->MaterializeDataStore(), out);
+    return Outcome::Done;
+}
+
+// --explain: the statements one by one over one store, traced; the result as a normal run gives it.
+Outcome ExplainMachine(RunSettings const& settings,
+                       std::shared_ptr<zel::vm::ICancellationTokenSource> const& cancel,
+                       TStringCore const& program, zel::core::IDataStore const& store,
+                       zel::core::IFunctionLookup const& functions, std::FILE* out) {
+    auto const result =
+        RunStepwise(program, store, functions, settings.vmOptions, settings.sample, cancel.get());
+    if (!result) {
+        return Outcome::Cancelled;
     }
+    auto const scope = Metrics::OpenScope(L"vtlrun_WriteResult");
+    WriteResult(settings, *result, out);
     return Outcome::Done;
 }
 
@@ -191,6 +211,9 @@ Outcome RunSteps(RunSettings const& settings,
     // The lookup outlives the machine, which keeps references into it.
     auto const functions = zel::core::MakeBuiltinFunctionLookup();
     try {
+        if (settings.explain) {
+            return ExplainMachine(settings, cancel, program, *store, *functions, out);
+        }
         return RunMachine(settings, cancel, program, std::move(store), changes, *functions, out, diagnostics);
     } catch (ZelException const& failure) {
         // A failure of the program's text or of one of its statements: the program's file in

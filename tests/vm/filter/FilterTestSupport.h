@@ -81,6 +81,16 @@ inline std::string Json(Value const& value) {
     return value ? core::JsonStoreWriter::WriteValue(*value) : "(none)";
 }
 
+// The texts of paths, one blank between them: paths of a program carry its types, which a
+// comparison of texts leaves aside.
+inline std::string Texts(std::vector<core::KeyPath> const& paths) {
+    std::string text;
+    for (core::KeyPath const& path : paths) {
+        text += (text.empty() ? "" : " ") + path.ToString().ToUtf8();
+    }
+    return text;
+}
+
 // Runs `program` through a machine over a store holding `inputs` and returns the result under
 // `result`.
 inline Value RunProgram(std::string const& program,

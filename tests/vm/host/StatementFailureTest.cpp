@@ -150,6 +150,8 @@ TEST_F(StatementFailureTest, FunctionsAndTypesAreNamed) {
          "one type (unsupported types in Aggregate)"},
         {"b = Filter(~init.x) fn negate()", ZelError::FunctionTypeMismatch,
          "Filter: negate returns int32, and Filter needs a predicate that returns bool (negate)"},
+        {"Output() fn add(~init.n, 1)", ZelError::FunctionTypeMismatch,
+         "Output: Output calls a function that returns nothing, and add returns a value (add)"},
         // A declared type is a promise that the operator must keep.
         {"b : array<double> = Map(~init.x) fn negate()", ZelError::OutputTypeMismatch,
          "Map: b is declared array<double>, and the statement makes array<int32>"},
@@ -165,9 +167,13 @@ TEST_F(StatementFailureTest, FunctionsAndTypesAreNamed) {
 
 // A function that refuses its argument once it sees it, in the second statement.
 TEST_F(StatementFailureTest, FailuresOfARunNameTheStatement) {
-    ExpectFailure({"b : array<int32> = Copy(~init.x)\nc = Map(b) fn lookup(~init.n)", ZelError::InvalidArgument,
-                   "Map: lookup: the argument is no key set", 3},
+    ExpectFailure({"b : array<int32> = Copy(~init.x)\nc = Map(b) fn lookup(~init.n)",
+                   ZelError::InvalidArgument, "Map: lookup: the argument is no key set", 3},
                   R"({"x": [1], "n": 1})", true);
+    ExpectFailure(
+        {"i = Index(~init.n) value 0", ZelError::IndexInputInvalid,
+         "Index: Index numbers the rows of an array or a table, and its input ~init.n holds neither"},
+        R"({"n": 1})", true);
 }
 
 // A spec built in code has no place in a program: its failures name the operator alone.

@@ -3,16 +3,21 @@
 #include "materialize/MakeCaseTransform.h"
 #include "materialize/MakeCreateKeySetTransform.h"
 #include "materialize/MakeJoinTransform.h"
+#include "materialize/MakeOutputTransform.h"
 #include "materialize/MakePartitionTransform.h"
 #include "materialize/MakeSetValueMultiTransform.h"
 #include "materialize/MakeSetValueTransform.h"
 #include "materialize/MakeZipTransform.h"
 #include "materialize/MakeZipWithTransform.h"
+#include "transform/ConcatTransform.h"
 #include "transform/ConstantTransform.h"
 #include "transform/CopyTransform.h"
 #include "transform/CreateTableTransform.h"
+#include "transform/DistinctTransform.h"
+#include "transform/IndexTransform.h"
 #include "transform/InternalCreateKeyMapTransform.h"
 #include "transform/MultiSortTransform.h"
+#include "transform/ReturnTransform.h"
 #include "transform/flatdata/MakeAggregateTransform.h"
 #include "transform/flatdata/MakeFilterTransform.h"
 #include "transform/flatdata/MakeMapTransform.h"
@@ -75,7 +80,7 @@ std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec,
         case OperatorType::Case:
             return MakeCaseTransform(OpCaseSpec(spec), functions, types, options);
         case OperatorType::Concat:
-            return NotInThisBuild<OpConcatSpec>(spec);
+            return ConcatTransform::Make(OpConcatSpec(spec));
         case OperatorType::Constant:
             return ConstantTransform::Make(OpConstantSpec(spec), types);
         case OperatorType::Copy:
@@ -85,7 +90,7 @@ std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec,
         case OperatorType::CreateTable:
             return CreateTableTransform::Make(OpCreateTableSpec(spec));
         case OperatorType::Distinct:
-            return NotInThisBuild<OpDistinctSpec>(spec);
+            return DistinctTransform::Make(OpDistinctSpec(spec));
         case OperatorType::Else:
             ZEL_FAIL(ZelError::OperatorNotMaterialised);
         case OperatorType::Filter:
@@ -94,7 +99,7 @@ std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec,
             return MakePartitionTransform(OpGroupBySpec(spec), OperatorType::GroupBy, functions, types,
                                           options);
         case OperatorType::Index:
-            return NotInThisBuild<OpIndexSpec>(spec);
+            return IndexTransform::Make(OpIndexSpec(spec));
         case OperatorType::InnerJoin:
             return MakeInnerJoinTransform(OpInnerJoinSpec(spec));
         case OperatorType::LeftOuterJoin:
@@ -106,11 +111,11 @@ std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec,
         case OperatorType::NoOp:
             ZEL_FAIL(ZelError::SpecError216);
         case OperatorType::Output:
-            return NotInThisBuild<OpOutputSpec>(spec);
+            return MakeOutputTransform(OpOutputSpec(spec), functions, types);
         case OperatorType::Reduce:
             return MakeAggregateTransform(OpReduceSpec(spec), functions, types, options);
         case OperatorType::Return:
-            return NotInThisBuild<OpReturnSpec>(spec);
+            return ReturnTransform::Make(OpReturnSpec(spec));
         case OperatorType::Scan:
             return MakeAggregateTransform(OpScanSpec(spec), functions, types, options);
         case OperatorType::ScanRight:

@@ -121,6 +121,9 @@ std::wstring ExplainFunctionType(Statement const& s) {
     if (s.Type() == OperatorType::Filter) {
         return s.Function() + returns + L" and Filter needs a predicate that returns bool";
     }
+    if (s.Type() == OperatorType::Output) {
+        return L"Output calls a function that returns nothing, and " + s.Function() + L" returns a value";
+    }
     return s.Function() + returns + L" which " + s.Op() + L" cannot take as its result";
 }
 
@@ -239,6 +242,12 @@ std::wstring ExplainFailure(ZelError error, core::TransformSpec const& spec,
             return ExplainFunctionType(s);
         case ZelError::FunctionKindMismatch:
             return s.Function() + L" is a creator function, which " + s.Op() + L" cannot call";
+        case ZelError::IndexInputInvalid:
+            if (spec.GetInputs().empty()) {
+                return {};
+            }
+            return L"Index numbers the rows of an array or a table, and its input " +
+                   spec.GetInputs().front().ToString().str() + L" holds neither";
         case ZelError::CreatorArgumentEmpty:
             return L"an argument of " + s.Function() + L" is the empty key _";
         default:
