@@ -52,20 +52,6 @@ namespace zel::vm {
 
 using core::ZelError;
 
-namespace {
-
-// An operator of the language whose transform this build does not have yet. The spec has passed
-// its view's checks, so the program is well formed; it just cannot run here.
-template <class View>
-std::unique_ptr<Transform> NotInThisBuild(core::TransformSpec const& spec) {
-    View const view(spec);
-    ZEL_FAIL_WITH_TEXT(ZelError::OperatorNotMaterialised,
-                       core::OperatorTypeToString(spec.GetOperatorType()) +
-                           L" has no transform in this build of the machine");
-}
-
-}  // namespace
-
 std::unique_ptr<Transform> MakeTransform(core::TransformSpec const& spec,
                                          core::IFunctionLookup const& functions,
                                          core::ITypeLookup const& types, VMOptions const& options) {
