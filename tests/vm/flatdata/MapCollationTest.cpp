@@ -1,6 +1,6 @@
 // String comparisons over a collated column compare as the column's collation does, so that they
-// agree with its key sets and with Filter; a collation they cannot honour is refused when the machine is
-// made.
+// agree with its key sets, with Filter and with Distinct; a collation they cannot honour is refused
+// when the machine is made.
 
 #include "vm/flatdata/MapTestSupport.h"
 #include "zel/core/io/StoreValueParser.h"
@@ -55,14 +55,15 @@ TEST(MapCollation, ComparisonsOverANocaseColumnFollowItsCollation) {
     EXPECT_EQ(Bools(binary), (std::vector<std::optional<bool>>{false, true, false, false, false}));
 }
 
-// eq finds a row exactly where a key set of the column's collation finds its key, and Filter by eq
-// keeps those rows.
-TEST(MapCollation, EqFilterAndAKeySetLookupAgreeOnTheSameColumn) {
+// eq finds a row exactly where a key set of the column's collation finds its key, Filter by eq
+// keeps those rows, and Distinct keeps the first of the texts that eq finds equal.
+TEST(MapCollation, EqFilterDistinctAndAKeySetLookupAgreeOnTheSameColumn) {
     std::string const program = R"(
         input ~init.a : array<string(nocase)>, ~init.keys : object
         b : array<bool> = Map(~init.a) fn eq("B")
         c : array<double> = Map(~init.a) fn lookup_double(~init.keys)
         d : array<string(nocase)> = Filter(~init.a) fn eq("B") value false
+        e : set<string(nocase)> = Distinct(~init.a) value false
     )";
     core::StoreValueMap entries;
     entries.emplace(L"a", Words("nocase"));
@@ -82,6 +83,8 @@ TEST(MapCollation, EqFilterAndAKeySetLookupAgreeOnTheSameColumn) {
     EXPECT_EQ(equal, (std::vector<std::optional<bool>>{false, false, true, true, false}));
     EXPECT_TRUE(result->GetValue(core::KeyPath(L"d"))
                     ->Equals(*Json(R"({"$type": "array<string(nocase)>", "values": ["b", "B"]})")));
+    EXPECT_TRUE(result->GetValue(core::KeyPath(L"e"))
+                    ->Equals(*Json(R"({"$type": "set<string(nocase)>", "values": ["Apple", "b", "c"]})")));
 }
 
 TEST(MapCollation, AComparisonRefusesACollationItCannotHonour) {
