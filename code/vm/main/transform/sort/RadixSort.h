@@ -45,8 +45,12 @@ void RadixSortRows(std::vector<U>& keys, std::vector<unsigned int>& rows) {
             bucket[b] = offset;
             offset += count;
         }
-        keyScratch.resize(n);
-        rowScratch.resize(n);
+        if (keyScratch.empty()) {
+            // Made whole rather than resized: GCC 12 at -O3 misreads a resize of an empty vector
+            // of bytes as a write out of bounds.
+            keyScratch = std::vector<U>(n);
+            rowScratch = std::vector<unsigned int>(n);
+        }
         for (std::size_t i = 0; i < n; ++i) {
             std::uint32_t const to = bucket[digit(keys[i], d)]++;
             keyScratch[to] = keys[i];
