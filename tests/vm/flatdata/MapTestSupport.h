@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "support/HostFunctionObjects.h"
+#include "support/ProgramSupport.h"
 #include "zel/core/functions/BuiltinFunctions.h"
 #include "zel/core/functions/FunctionLookup.h"
 #include "zel/core/store/ArrayFactory.h"
@@ -103,14 +104,13 @@ inline core::FunctionLookup const& Functions() {
                 return core::factory::MakeTuple(std::move(rest));
             },
             core::FunctionTypes{{tuple}, tuple});
-        // A plain registration brings a special form along; keep only its regular factory.
         core::FunctionLookup scratch;
         auto const& plain = scratch.RegisterUnary(L"probe_regular", [](double x) { return x + 100.0; });
         using Regular = core::FunctionFactory<core::IUnaryFunction<double, double>>;
         using Special = core::FunctionFactory<core::IUnarySpecialFunction<double, double>>;
-        l->Register(core::RegisteredFunctions::Make(
-            core::FunctionKind::Unary, plain.GetKey(), plain.GetOutputType(), false, false,
-            reinterpret_cast<Regular>(plain.GetFunction()), Special{nullptr}));
+        RegisterRegularOnly<core::IUnaryFunction<double, double>,
+                            core::IUnarySpecialFunction<double, double>>(*l, core::FunctionKind::Unary,
+                                                                         plain);
         l->Register(core::RegisteredFunctions::Make(
             core::FunctionKind::Unary, core::FunctionKey(L"probe_sparse", plain.GetKey().GetInputTypes()),
             plain.GetOutputType(), false, false, Regular{nullptr},
@@ -177,14 +177,7 @@ inline DoubleRow RowOf(Value const& array, unsigned int row) {
 inline Value RunProgram(std::string const& program,
                         std::vector<std::pair<wchar_t const*, Value>> const& inputs,
                         vm::VMOptions const& options = {}, wchar_t const* result = L"b") {
-    core::StoreValueMap entries;
-    for (auto const& [name, value] : inputs) {
-        entries.emplace(name, value);
-    }
-    std::shared_ptr<core::IDataStore> store = core::factory::MakeDataStore(std::move(entries));
-    auto vm = vm::VMFactory::Make(TStringCore::FromUtf8(program), store, Functions(), options);
-    EXPECT_EQ(vm->Execute(), vm::TransformStatus::Complete);
-    return vm->MaterializeDataStore()->GetValue(core::KeyPath(result));
+    return RunProgramWith(Functions(), program, inputs, options, result);
 }
 
 // Options with blocks of `blockSize` rows of 8-byte elements.

@@ -33,11 +33,7 @@ using vm::TransformValues;
 using vm::TypedRawData;
 
 core::TransformSpec ParseOne(std::string const& program) {
-    std::vector<core::TransformSpec> specs;
-    std::vector<core::GraphEdge> edges;
-    core::OutputKeySet outputs;
-    core::ParseVtlPayload(std::string_view(program), specs, edges, outputs);
-    return specs.at(0);
+    return Statements(program).at(0);
 }
 
 std::unique_ptr<vm::Transform> MakeMap(std::string const& program,

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "support/CheckFailure.h"
+#include "support/ProgramSupport.h"
 #include "transform/OutputTransform.h"
 #include "vm/filter/FilterTestSupport.h"
 #include "zel/core/functions/BuiltinFunctions.h"
@@ -64,11 +65,7 @@ protected:
     }
 
     static std::unique_ptr<vm::Transform> Make(std::string const& statement) {
-        std::vector<core::TransformSpec> specs;
-        std::vector<core::GraphEdge> edges;
-        core::OutputKeySet outputs;
-        core::ParseVtlPayload(std::string_view(statement), specs, edges, outputs);
-        return vm::MakeTransform(specs.at(0), Functions(), core::KeyPathTypeLookup(), vm::VMOptions());
+        return MakeFirstWith(Functions(), statement, vm::VMOptions());
     }
 };
 

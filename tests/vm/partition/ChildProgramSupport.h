@@ -14,6 +14,8 @@
 #include <vector>
 
 #include "support/FlagCancellationSource.h"
+#include "support/ProgramSupport.h"
+#include "vm/filter/FilterTestSupport.h"
 #include "zel/core/functions/BuiltinFunctions.h"
 #include "zel/core/functions/FunctionLookup.h"
 #include "zel/core/io/JsonStoreWriter.h"
@@ -27,6 +29,8 @@
 
 namespace zel::test::child {
 
+using filter::Json;
+using filter::Parse;
 using Value = std::shared_ptr<core::StoreValue>;
 
 // What the probes touch. Tests reset them before use.
@@ -92,21 +96,7 @@ inline std::string RunToJson(std::string const& program, std::string const& stor
 // The transform of the first statement of `program`.
 inline std::unique_ptr<vm::Transform> MakeFirst(std::string const& program,
                                                 vm::VMOptions const& options = {}) {
-    std::vector<core::TransformSpec> specs;
-    std::vector<core::GraphEdge> edges;
-    core::OutputKeySet outputs;
-    core::ParseVtlPayload(std::string_view(program), specs, edges, outputs);
-    return vm::MakeTransform(specs.at(0), Functions(), core::KeyPathTypeLookup(), options);
-}
-
-// A value from its JSON text (plain or typed).
-inline Value Parse(std::string_view json) {
-    return core::StoreValueParser::MakeDataStore("{\"a\": " + std::string(json) + "}")
-        ->GetValue(core::KeyPath(L"a"));
-}
-
-inline std::string Json(Value const& value) {
-    return value ? core::JsonStoreWriter::WriteValue(*value) : "(none)";
+    return MakeFirstWith(Functions(), program, options);
 }
 
 inline core::KeyPath Path(wchar_t const* text) {

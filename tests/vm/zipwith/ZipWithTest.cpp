@@ -36,11 +36,7 @@ KeyPath const c_c(L"c");
 
 // The transform of the first statement of `program`.
 std::unique_ptr<vm::Transform> MakeFirst(std::string const& program, vm::VMOptions const& options = {}) {
-    std::vector<core::TransformSpec> specs;
-    std::vector<core::GraphEdge> edges;
-    core::OutputKeySet outputs;
-    core::ParseVtlPayload(std::string_view(program), specs, edges, outputs);
-    return vm::MakeTransform(specs.at(0), Functions(), core::KeyPathTypeLookup(), options);
+    return MakeFirstWith(Functions(), program, options);
 }
 
 struct LengthCase {
