@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "e2e/E2eSupport.h"
+#include "support/ProgramSupport.h"
 #include "zel/core/vtl/VtlParser.h"
 #include "zel/core/vtl/VtlPrinter.h"
 
@@ -45,10 +46,7 @@ std::vector<std::string> Lines(std::string const& text) {
 // with the input's value, and after the lines the statement itself wrote (print's) one line per
 // output with the value it made.
 void ExpectTraceOf(std::string const& program, std::string const& err) {
-    std::vector<core::TransformSpec> specs;
-    std::vector<core::GraphEdge> edges;
-    core::OutputKeySet outputs;
-    core::ParseVtlPayload(std::string_view(program), specs, edges, outputs);
+    std::vector<core::TransformSpec> const specs = Statements(program);
     ASSERT_FALSE(specs.empty());
     std::vector<std::string> const lines = Lines(err);
     std::set<std::size_t> statementLines;
@@ -61,22 +59,20 @@ void ExpectTraceOf(std::string const& program, std::string const& err) {
             << "traced twice: " << text;
         std::size_t line = static_cast<std::size_t>(at - lines.begin()) + textLines.size();
         statementLines.insert(line);
-        for (core::KeyPath const& input : spec.GetInputs()) {
-            ASSERT_LT(line, lines.size()) << text;
-            std::string const prefix = "[info]   Input: " + input.ToString().ToUtf8() + ": ";
-            EXPECT_TRUE(lines[line].starts_with(prefix)) << lines[line] << " after " << text;
-            EXPECT_EQ(lines[line].find("Not Found"), std::string::npos) << lines[line];
-            ++line;
-        }
-        while (line < lines.size() && !lines[line].starts_with("[info]")) {
-            ++line;  // what the statement wrote itself
-        }
-        for (core::KeyPath const& output : spec.GetOutputs()) {
-            ASSERT_LT(line, lines.size()) << text;
-            std::string const prefix = "[info]   Output: " + output.ToString().ToUtf8() + ": ";
-            EXPECT_TRUE(lines[line].starts_with(prefix)) << lines[line] << " after " << text;
-            EXPECT_EQ(lines[line].find("Not Found"), std::string::npos) << lines[line];
-            ++line;
+        for (auto const& [label, paths] :
+             {std::pair{"Input", spec.GetInputs()}, std::pair{"Output", spec.GetOutputs()}}) {
+            while (label == std::string("Output") && line < lines.size() &&
+                   !lines[line].starts_with("[info]")) {
+                ++line;  // what the statement wrote itself
+            }
+            for (core::KeyPath const& path : paths) {
+                ASSERT_LT(line, lines.size()) << text;
+                std::string const prefix =
+                    "[info]   " + std::string(label) + ": " + path.ToString().ToUtf8() + ": ";
+                EXPECT_TRUE(lines[line].starts_with(prefix)) << lines[line] << " after " << text;
+                EXPECT_EQ(lines[line].find("Not Found"), std::string::npos) << lines[line];
+                ++line;
+            }
         }
     }
     EXPECT_EQ(statementLines.size(), specs.size());
@@ -84,11 +80,7 @@ void ExpectTraceOf(std::string const& program, std::string const& err) {
 
 // The first statement of a program as the trace shows it.
 std::string StatementText(std::string const& program) {
-    std::vector<core::TransformSpec> specs;
-    std::vector<core::GraphEdge> edges;
-    core::OutputKeySet outputs;
-    core::ParseVtlPayload(std::string_view(program), specs, edges, outputs);
-    return core::TransformToString(specs.at(0)).ToUtf8();
+    return core::TransformToString(Statements(program).at(0)).ToUtf8();
 }
 
 TEST(VtlrunExplain, TracesEveryExampleAndGivesTheResultOfANormalRun) {
