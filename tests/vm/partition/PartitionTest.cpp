@@ -117,46 +117,41 @@ TEST(PartitionForms, AdjacentEqualKeysFormAPartitionAndEachResultFillsItsRows) {
     }
 }
 
-TEST(PartitionGroupBy, KeysCompareAsTheirColumnsDo) {
+TEST(PartitionGroupBy, KeysCompareAsTheirColumnsDoAndAChangeInAnyKeyStartsAPartition) {
     struct Row {
-        char const* declaration;  // of ~init.t
+        char const* columns;  // of ~init.t
+        char const* keys;     // the partition keys
         char const* store;
-        std::string keys;  // the result's key columns, in name order
+        std::string expected;  // in the result
     };
     std::vector<Row> const rows{
         // A special equals a special of its kind, never a value.
-        {"input ~init.t : table { k : array<int32>, v : array<double> }\n",
+        {"k : array<int32>", "~init.t.k",
          R"({"t": {"$type": "table", "columns": {"k": [null, null, 1, 1, null], "v": [1.0, 1.0, 1.0, 1.0, 1.0]}}})",
          R"("k":{"$type":"array<int32>","values":[null,1,null]})"},
         // Strings compare under the column's collation: the first row of a partition gives its key.
-        {"input ~init.t : table { k : array<string(nocase)>, v : array<double> }\n",
+        {"k : array<string(nocase)>", "~init.t.k",
          R"({"t": {"$type": "table", "columns": {"k": {"$type": "array<string(nocase)>", "values": ["A", "a", "b", "B"]},
                "v": [1.0, 1.0, 1.0, 1.0]}}})",
          R"("k":{"$type":"array<string(nocase)>","values":["A","b"]})"},
+        {"k1 : array<int32>, k2 : array<string>", "~init.t.k1, ~init.t.k2",
+         R"({"t": {"$type": "table", "columns": {"k1": [1, 1, 1, 2], "k2": ["x", "x", "y", "y"], "v": [1.0, 2.0, 4.0, 8.0]}}})",
+         ResultTable({{"k1", Int32s("1,1,2")},
+                      {"k2", Strings(R"("x","y","y")")},
+                      {"n", Int32s("2,1,1")},
+                      {"total", Doubles("3.0,4.0,8.0")}})},
     };
     for (Row const& row : rows) {
-        std::string const program =
-            std::string(row.declaration) + R"(out : table = GroupBy(~init.t, ~init.t.k) {
+        std::string const program = "input ~init.t : table { " + std::string(row.columns) +
+                                    ", v : array<double> }\nout : table = GroupBy(~init.t, " + row.keys +
+                                    R"() {
   out.n : array<int32> = Reduce(~init.t.v) fn count() value 0
-}
-)";
-        std::string const result = RunToJson(program, row.store, L"out");
-        EXPECT_NE(result.find(row.keys), std::string::npos) << result;
-    }
-}
-
-TEST(PartitionGroupBy, AChangeInAnyKeyStartsAPartition) {
-    std::string const program =
-        R"(input ~init.t : table { k1 : array<int32>, k2 : array<string>, v : array<double> }
-out : table = GroupBy(~init.t, ~init.t.k1, ~init.t.k2) {
   out.total : array<double> = Reduce(~init.t.v) fn add() value 0.0
 }
 )";
-    std::string const store =
-        R"({"t": {"$type": "table", "columns": {"k1": [1, 1, 1, 2], "k2": ["x", "x", "y", "y"], "v": [1.0, 2.0, 4.0, 8.0]}}})";
-    EXPECT_EQ(RunToJson(program, store, L"out"), ResultTable({{"k1", Int32s("1,1,2")},
-                                                              {"k2", Strings(R"("x","y","y")")},
-                                                              {"total", Doubles("3.0,4.0,8.0")}}));
+        std::string const result = RunToJson(program, row.store, L"out");
+        EXPECT_NE(result.find(row.expected), std::string::npos) << result;
+    }
 }
 
 // A Reduce over a captured column that is not in the table shows the mode: over a range it folds
