@@ -64,4 +64,11 @@ std::string ReadFile(std::filesystem::path const& path);
 // The text up to the first line feed.
 std::string FirstLine(std::string const& text);
 
+// The lines of `text`, without their line feeds.
+std::vector<std::string> SplitLines(std::string const& text);
+
+// The directories of examples/ that hold a program.vtl, in name order (examples/host is a host
+// program, not a VTL example).
+std::vector<std::filesystem::path> ExampleDirs();
+
 }  // namespace zel::test::e2e

@@ -22,37 +22,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::vector<fs::path> ExampleDirs() {
-    std::vector<fs::path> dirs;
-    for (fs::directory_entry const& entry : fs::directory_iterator(VOR_EXAMPLES_DIR)) {
-        if (entry.is_directory() && fs::exists(entry.path() / "program.vtl")) {
-            dirs.push_back(entry.path());
-        }
-    }
-    std::sort(dirs.begin(), dirs.end());
-    return dirs;
-}
-
-std::vector<std::string> Lines(std::string const& text) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
-
 // The trace holds, for each statement, its text as a line of its own, then one line per input
 // with the input's value, and after the lines the statement itself wrote (print's) one line per
 // output with the value it made.
 void ExpectTraceOf(std::string const& program, std::string const& err) {
     std::vector<core::TransformSpec> const specs = Statements(program);
     ASSERT_FALSE(specs.empty());
-    std::vector<std::string> const lines = Lines(err);
+    std::vector<std::string> const lines = SplitLines(err);
     std::set<std::size_t> statementLines;
     for (core::TransformSpec const& spec : specs) {
         std::string const text = "[info] " + core::TransformToString(spec).ToUtf8();
-        std::vector<std::string> const textLines = Lines(text);
+        std::vector<std::string> const textLines = SplitLines(text);
         auto const at = std::search(lines.begin(), lines.end(), textLines.begin(), textLines.end());
         ASSERT_NE(at, lines.end()) << "no trace of " << text << " in\n" << err;
         EXPECT_EQ(std::search(at + 1, lines.end(), textLines.begin(), textLines.end()), lines.end())
@@ -96,12 +76,12 @@ TEST(VtlrunExplain, TracesEveryExampleAndGivesTheResultOfANormalRun) {
         // What the program writes itself is there too, in its order.
         if (fs::exists(dir / "stderr.txt")) {
             std::vector<std::string> own;
-            for (std::string const& line : Lines(run.err)) {
+            for (std::string const& line : SplitLines(run.err)) {
                 if (!line.starts_with("[info]") && !line.starts_with("[warning]")) {
                     own.push_back(line);
                 }
             }
-            EXPECT_EQ(own, Lines(ReadFile(dir / "stderr.txt")));
+            EXPECT_EQ(own, SplitLines(ReadFile(dir / "stderr.txt")));
         }
     }
 }
@@ -131,9 +111,9 @@ TEST_F(VtlrunExplainOf, ShowsAsManyElementsAsTheSampleSays) {
                                  {{"--explain", "--sample", "4294967295"}, "[1, 2, 3]"}}) {
         ProcessResult const run = Run(program, c.options);
         ASSERT_EQ(run.exitCode, 0) << run.err;
-        EXPECT_EQ(Lines(run.err), (std::vector<std::string>{"[info] " + StatementText(program),
-                                                            "[info]   Input: ~init.a: " + c.input,
-                                                            "[info]   Output: b: " + c.input}))
+        EXPECT_EQ(SplitLines(run.err), (std::vector<std::string>{"[info] " + StatementText(program),
+                                                                 "[info]   Input: ~init.a: " + c.input,
+                                                                 "[info]   Output: b: " + c.input}))
             << c.options.back();
     }
 }
@@ -153,7 +133,7 @@ TEST_F(VtlrunExplainOf, ATracedRunFailsAsANormalRunDoes) {
     EXPECT_EQ(ran.exitCode, 1);
     std::vector<std::string> trace;
     std::string failure;
-    for (std::string const& line : Lines(ran.err)) {
+    for (std::string const& line : SplitLines(ran.err)) {
         if (line.starts_with("[info]")) {
             trace.push_back(line);
         } else {
@@ -175,7 +155,7 @@ TEST_F(VtlrunExplainOf, AStatementWaitsForTheStatementThatWritesWhatItReads) {
     ProcessResult const run = Run(program, {"--explain"});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     std::vector<std::string> statements;
-    for (std::string const& line : Lines(run.err)) {
+    for (std::string const& line : SplitLines(run.err)) {
         if (!line.starts_with("[info]  ")) {
             statements.push_back(line.substr(std::string("[info] ").size(), 1));
         }
@@ -229,8 +209,8 @@ TEST(VtlrunExplainDocs, TheDocumentedTraceIsPrinted) {
     ASSERT_EQ(run.exitCode, 0) << run.err;
     std::vector<std::string> const documented = DocumentedTrace();
     ASSERT_FALSE(documented.empty());
-    std::vector<std::string> printed = Lines(run.err);
-    std::vector<std::string> const result = Lines(run.out);
+    std::vector<std::string> printed = SplitLines(run.err);
+    std::vector<std::string> const result = SplitLines(run.out);
     printed.insert(printed.end(), result.begin(), result.end());
     EXPECT_EQ(documented, printed);
 }
