@@ -142,6 +142,23 @@ std::vector<std::string> SplitLines(std::string const& text) {
     return lines;
 }
 
+std::vector<std::string> VtlrunDocBlockLines(std::string const& heading, int maxBlocks) {
+    std::ifstream doc(std::string(VOR_DOCS_DIR) + "/vtlrun.md");
+    std::vector<std::string> lines;
+    bool inSection = false;
+    int fences = 0;
+    for (std::string line; std::getline(doc, line) && fences < 2 * maxBlocks;) {
+        if (line.starts_with("#")) {
+            inSection = line == heading;
+        } else if (inSection && line.starts_with("```")) {
+            ++fences;
+        } else if (inSection && fences % 2 == 1) {
+            lines.push_back(line);
+        }
+    }
+    return lines;
+}
+
 std::vector<std::filesystem::path> ExampleDirs() {
     std::vector<std::filesystem::path> dirs;
     for (std::filesystem::directory_entry const& entry :

@@ -6,15 +6,12 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "e2e/E2eSupport.h"
 #include "support/ProgramSupport.h"
-#include "zel/core/vtl/VtlParser.h"
 #include "zel/core/vtl/VtlPrinter.h"
 
 namespace zel::test::e2e {
@@ -184,30 +181,12 @@ TEST_F(VtlrunExplainOf, PrintWritesOneJsonLineACall) {
               "\"special\":\"null\"}]\n[]\n");
 }
 
-// The lines of the first code block under "## Explaining a run".
-std::vector<std::string> DocumentedTrace() {
-    std::ifstream doc(std::string(VOR_DOCS_DIR) + "/vtlrun.md");
-    std::vector<std::string> lines;
-    bool inSection = false;
-    int fences = 0;
-    for (std::string line; std::getline(doc, line) && fences < 2;) {
-        if (line.starts_with("#")) {
-            inSection = line == "## Explaining a run";
-        } else if (inSection && line.starts_with("```")) {
-            ++fences;
-        } else if (inSection && fences == 1) {
-            lines.push_back(line);
-        }
-    }
-    return lines;
-}
-
 TEST(VtlrunExplainDocs, TheDocumentedTraceIsPrinted) {
     fs::path const dir = fs::path(VOR_EXAMPLES_DIR) / "output";
     ProcessResult const run =
         RunVtlrun({(dir / "program.vtl").string(), (dir / "store.json").string(), "--explain"});
     ASSERT_EQ(run.exitCode, 0) << run.err;
-    std::vector<std::string> const documented = DocumentedTrace();
+    std::vector<std::string> const documented = VtlrunDocBlockLines("## Explaining a run", 1);
     ASSERT_FALSE(documented.empty());
     std::vector<std::string> printed = SplitLines(run.err);
     std::vector<std::string> const result = SplitLines(run.out);
