@@ -27,6 +27,7 @@
 #include "zel/core/store/StoreValue.h"
 #include "zel/core/store/StoreValueFactory.h"
 #include "zel/vm/host/VMFactory.h"
+#include "zel/vm/transform/RawData.h"
 
 namespace zel::test::map {
 
@@ -154,6 +155,20 @@ inline std::vector<double> Ramp(unsigned int count, unsigned int negativeEvery =
     std::vector<double> values(count);
     for (unsigned int i = 0; i < count; ++i) {
         values[i] = (negativeEvery != 0 && i % negativeEvery == 0) ? -(i + 0.5) : i + 0.5;
+    }
+    return values;
+}
+
+// A buffer of `count` double rows, all 0 and plain, and the values a buffer holds.
+inline std::unique_ptr<vm::TypedRawData<unsigned long long>> DoubleBuffer(unsigned int count) {
+    return std::make_unique<vm::TypedRawData<unsigned long long>>(
+        core::StoreTypeInfo::Array, core::StoreTypeInfo::Double, core::StoreTypeInfo::Empty, count);
+}
+
+inline std::vector<double> ValuesOf(vm::TypedRawData<unsigned long long> const& buffer) {
+    std::vector<double> values;
+    for (unsigned long long bits : buffer.GetValues()) {
+        values.push_back(std::bit_cast<double>(bits));
     }
     return values;
 }

@@ -25,8 +25,10 @@ namespace {
 
 using core::KeyPath;
 using core::ZelError;
+using map::DoubleBuffer;
 using map::Doubles;
 using map::RowOf;
+using map::ValuesOf;
 using vm::RawDataView;
 using vm::TypedRawData;
 
@@ -139,19 +141,6 @@ TEST(ZipWith, EveryRowIsExactAcrossBlocksSeriallyAndInParallel) {
             ++wrong;
         }
     }
-}
-
-std::vector<double> ValuesOf(TypedRawData<unsigned long long> const& buffer) {
-    std::vector<double> values;
-    for (unsigned long long bits : buffer.GetValues()) {
-        values.push_back(std::bit_cast<double>(bits));
-    }
-    return values;
-}
-
-std::unique_ptr<TypedRawData<unsigned long long>> DoubleBuffer(unsigned int count) {
-    return std::make_unique<TypedRawData<unsigned long long>>(
-        core::StoreTypeInfo::Array, core::StoreTypeInfo::Double, core::StoreTypeInfo::Empty, count);
 }
 
 // The range form writes the rows of the range into a part of a larger buffer, row 0 of the view
