@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <fstream>
@@ -130,6 +131,44 @@ std::string ReadFile(std::filesystem::path const& path) {
 
 std::string FirstLine(std::string const& text) {
     return text.substr(0, text.find('\n'));
+}
+
+std::vector<std::string> SplitLines(std::string const& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+std::vector<std::string> VtlrunDocBlockLines(std::string const& heading, int maxBlocks) {
+    std::ifstream doc(std::string(VOR_DOCS_DIR) + "/vtlrun.md");
+    std::vector<std::string> lines;
+    bool inSection = false;
+    int fences = 0;
+    for (std::string line; std::getline(doc, line) && fences < 2 * maxBlocks;) {
+        if (line.starts_with("#")) {
+            inSection = line == heading;
+        } else if (inSection && line.starts_with("```")) {
+            ++fences;
+        } else if (inSection && fences % 2 == 1) {
+            lines.push_back(line);
+        }
+    }
+    return lines;
+}
+
+std::vector<std::filesystem::path> ExampleDirs() {
+    std::vector<std::filesystem::path> dirs;
+    for (std::filesystem::directory_entry const& entry :
+         std::filesystem::directory_iterator(VOR_EXAMPLES_DIR)) {
+        if (entry.is_directory() && std::filesystem::exists(entry.path() / "program.vtl")) {
+            dirs.push_back(entry.path());
+        }
+    }
+    std::sort(dirs.begin(), dirs.end());
+    return dirs;
 }
 
 }  // namespace zel::test::e2e

@@ -64,4 +64,15 @@ std::string ReadFile(std::filesystem::path const& path);
 // The text up to the first line feed.
 std::string FirstLine(std::string const& text);
 
+// The lines of `text`, without their line feeds.
+std::vector<std::string> SplitLines(std::string const& text);
+
+// The lines inside the first `maxBlocks` code blocks of docs/vtlrun.md under the heading line
+// `heading`, up to the next heading.
+std::vector<std::string> VtlrunDocBlockLines(std::string const& heading, int maxBlocks);
+
+// The directories of examples/ that hold a program.vtl, in name order (examples/host is a host
+// program, not a VTL example).
+std::vector<std::filesystem::path> ExampleDirs();
+
 }  // namespace zel::test::e2e

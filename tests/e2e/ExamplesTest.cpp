@@ -35,14 +35,8 @@ struct Example {
     }
     // One line of warnings.txt for each warning the run logs, in order: a part of its text.
     std::vector<std::string> Warnings() const {
-        std::vector<std::string> lines;
-        if (fs::exists(dir / "warnings.txt")) {
-            std::istringstream text(Read("warnings.txt"));
-            for (std::string line; std::getline(text, line);) {
-                lines.push_back(line);
-            }
-        }
-        return lines;
+        return fs::exists(dir / "warnings.txt") ? SplitLines(Read("warnings.txt"))
+                                                : std::vector<std::string>{};
     }
 };
 
@@ -64,14 +58,9 @@ void PrintTo(Example const& example, std::ostream* out) {
 
 std::vector<Example> ListExamples() {
     std::vector<Example> examples;
-    for (fs::directory_entry const& entry : fs::directory_iterator(VOR_EXAMPLES_DIR)) {
-        // examples/host is a host program, not a VTL example.
-        if (entry.is_directory() && fs::exists(entry.path() / "program.vtl")) {
-            examples.push_back({entry.path().filename().string(), entry.path()});
-        }
+    for (fs::path const& dir : ExampleDirs()) {
+        examples.push_back({dir.filename().string(), dir});
     }
-    std::sort(examples.begin(), examples.end(),
-              [](Example const& a, Example const& b) { return a.name < b.name; });
     return examples;
 }
 

@@ -5,9 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cctype>
-#include <fstream>
 #include <set>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -22,26 +20,6 @@ struct DocumentedRun {
     std::vector<std::pair<std::string, std::string>> files;
     std::vector<std::string> arguments;
 };
-
-// The lines of the code blocks under "### Failures", up to the next heading of any level.
-std::vector<std::string> DocumentedLines() {
-    std::ifstream doc(std::string(VOR_DOCS_DIR) + "/vtlrun.md");
-    std::vector<std::string> lines;
-    bool inSection = false;
-    bool inBlock = false;
-    for (std::string line; std::getline(doc, line);) {
-        if (line.starts_with("#")) {
-            inSection = line == "### Failures";
-            continue;
-        }
-        if (inSection && line.starts_with("```")) {
-            inBlock = !inBlock;
-        } else if (inSection && inBlock) {
-            lines.push_back(line);
-        }
-    }
-    return lines;
-}
 
 // A check's line number is not part of what the doc promises.
 std::string WithoutLineNumbers(std::string line) {
@@ -91,7 +69,7 @@ TEST(VtlrunDocs, EveryDocumentedFailureIsPrinted) {
     };
 
     std::set<std::string> documented;
-    for (std::string const& line : DocumentedLines()) {
+    for (std::string const& line : VtlrunDocBlockLines("### Failures", 1000)) {
         documented.insert(WithoutLineNumbers(line));
     }
     ASSERT_FALSE(documented.empty());
@@ -104,8 +82,7 @@ TEST(VtlrunDocs, EveryDocumentedFailureIsPrinted) {
         }
         ProcessResult const result = RunVtlrunIn(scratch.Path(), run.arguments);
         EXPECT_EQ(result.exitCode, 1) << result.err;
-        std::istringstream err(result.err);
-        for (std::string line; std::getline(err, line);) {
+        for (std::string const& line : SplitLines(result.err)) {
             std::string const normalised = WithoutLineNumbers(line);
             EXPECT_TRUE(documented.contains(normalised)) << "not in docs/vtlrun.md: " << line;
             printed.insert(normalised);

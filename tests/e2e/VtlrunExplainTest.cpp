@@ -6,14 +6,12 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "e2e/E2eSupport.h"
-#include "zel/core/vtl/VtlParser.h"
+#include "support/ProgramSupport.h"
 #include "zel/core/vtl/VtlPrinter.h"
 
 namespace zel::test::e2e {
@@ -21,62 +19,37 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::vector<fs::path> ExampleDirs() {
-    std::vector<fs::path> dirs;
-    for (fs::directory_entry const& entry : fs::directory_iterator(VOR_EXAMPLES_DIR)) {
-        if (entry.is_directory() && fs::exists(entry.path() / "program.vtl")) {
-            dirs.push_back(entry.path());
-        }
-    }
-    std::sort(dirs.begin(), dirs.end());
-    return dirs;
-}
-
-std::vector<std::string> Lines(std::string const& text) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
-
 // The trace holds, for each statement, its text as a line of its own, then one line per input
 // with the input's value, and after the lines the statement itself wrote (print's) one line per
 // output with the value it made.
 void ExpectTraceOf(std::string const& program, std::string const& err) {
-    std::vector<core::TransformSpec> specs;
-    std::vector<core::GraphEdge> edges;
-    core::OutputKeySet outputs;
-    core::ParseVtlPayload(std::string_view(program), specs, edges, outputs);
+    std::vector<core::TransformSpec> const specs = Statements(program);
     ASSERT_FALSE(specs.empty());
-    std::vector<std::string> const lines = Lines(err);
+    std::vector<std::string> const lines = SplitLines(err);
     std::set<std::size_t> statementLines;
     for (core::TransformSpec const& spec : specs) {
         std::string const text = "[info] " + core::TransformToString(spec).ToUtf8();
-        std::vector<std::string> const textLines = Lines(text);
+        std::vector<std::string> const textLines = SplitLines(text);
         auto const at = std::search(lines.begin(), lines.end(), textLines.begin(), textLines.end());
         ASSERT_NE(at, lines.end()) << "no trace of " << text << " in\n" << err;
         EXPECT_EQ(std::search(at + 1, lines.end(), textLines.begin(), textLines.end()), lines.end())
             << "traced twice: " << text;
         std::size_t line = static_cast<std::size_t>(at - lines.begin()) + textLines.size();
         statementLines.insert(line);
-        for (core::KeyPath const& input : spec.GetInputs()) {
-            ASSERT_LT(line, lines.size()) << text;
-            std::string const prefix = "[info]   Input: " + input.ToString().ToUtf8() + ": ";
-            EXPECT_TRUE(lines[line].starts_with(prefix)) << lines[line] << " after " << text;
-            EXPECT_EQ(lines[line].find("Not Found"), std::string::npos) << lines[line];
-            ++line;
-        }
-        while (line < lines.size() && !lines[line].starts_with("[info]")) {
-            ++line;  // what the statement wrote itself
-        }
-        for (core::KeyPath const& output : spec.GetOutputs()) {
-            ASSERT_LT(line, lines.size()) << text;
-            std::string const prefix = "[info]   Output: " + output.ToString().ToUtf8() + ": ";
-            EXPECT_TRUE(lines[line].starts_with(prefix)) << lines[line] << " after " << text;
-            EXPECT_EQ(lines[line].find("Not Found"), std::string::npos) << lines[line];
-            ++line;
+        for (auto const& [label, paths] :
+             {std::pair{"Input", spec.GetInputs()}, std::pair{"Output", spec.GetOutputs()}}) {
+            while (label == std::string("Output") && line < lines.size() &&
+                   !lines[line].starts_with("[info]")) {
+                ++line;  // what the statement wrote itself
+            }
+            for (core::KeyPath const& path : paths) {
+                ASSERT_LT(line, lines.size()) << text;
+                std::string const prefix =
+                    "[info]   " + std::string(label) + ": " + path.ToString().ToUtf8() + ": ";
+                EXPECT_TRUE(lines[line].starts_with(prefix)) << lines[line] << " after " << text;
+                EXPECT_EQ(lines[line].find("Not Found"), std::string::npos) << lines[line];
+                ++line;
+            }
         }
     }
     EXPECT_EQ(statementLines.size(), specs.size());
@@ -84,11 +57,7 @@ void ExpectTraceOf(std::string const& program, std::string const& err) {
 
 // The first statement of a program as the trace shows it.
 std::string StatementText(std::string const& program) {
-    std::vector<core::TransformSpec> specs;
-    std::vector<core::GraphEdge> edges;
-    core::OutputKeySet outputs;
-    core::ParseVtlPayload(std::string_view(program), specs, edges, outputs);
-    return core::TransformToString(specs.at(0)).ToUtf8();
+    return core::TransformToString(Statements(program).at(0)).ToUtf8();
 }
 
 TEST(VtlrunExplain, TracesEveryExampleAndGivesTheResultOfANormalRun) {
@@ -104,12 +73,12 @@ TEST(VtlrunExplain, TracesEveryExampleAndGivesTheResultOfANormalRun) {
         // What the program writes itself is there too, in its order.
         if (fs::exists(dir / "stderr.txt")) {
             std::vector<std::string> own;
-            for (std::string const& line : Lines(run.err)) {
+            for (std::string const& line : SplitLines(run.err)) {
                 if (!line.starts_with("[info]") && !line.starts_with("[warning]")) {
                     own.push_back(line);
                 }
             }
-            EXPECT_EQ(own, Lines(ReadFile(dir / "stderr.txt")));
+            EXPECT_EQ(own, SplitLines(ReadFile(dir / "stderr.txt")));
         }
     }
 }
@@ -139,9 +108,9 @@ TEST_F(VtlrunExplainOf, ShowsAsManyElementsAsTheSampleSays) {
                                  {{"--explain", "--sample", "4294967295"}, "[1, 2, 3]"}}) {
         ProcessResult const run = Run(program, c.options);
         ASSERT_EQ(run.exitCode, 0) << run.err;
-        EXPECT_EQ(Lines(run.err), (std::vector<std::string>{"[info] " + StatementText(program),
-                                                            "[info]   Input: ~init.a: " + c.input,
-                                                            "[info]   Output: b: " + c.input}))
+        EXPECT_EQ(SplitLines(run.err), (std::vector<std::string>{"[info] " + StatementText(program),
+                                                                 "[info]   Input: ~init.a: " + c.input,
+                                                                 "[info]   Output: b: " + c.input}))
             << c.options.back();
     }
 }
@@ -161,7 +130,7 @@ TEST_F(VtlrunExplainOf, ATracedRunFailsAsANormalRunDoes) {
     EXPECT_EQ(ran.exitCode, 1);
     std::vector<std::string> trace;
     std::string failure;
-    for (std::string const& line : Lines(ran.err)) {
+    for (std::string const& line : SplitLines(ran.err)) {
         if (line.starts_with("[info]")) {
             trace.push_back(line);
         } else {
@@ -183,7 +152,7 @@ TEST_F(VtlrunExplainOf, AStatementWaitsForTheStatementThatWritesWhatItReads) {
     ProcessResult const run = Run(program, {"--explain"});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     std::vector<std::string> statements;
-    for (std::string const& line : Lines(run.err)) {
+    for (std::string const& line : SplitLines(run.err)) {
         if (!line.starts_with("[info]  ")) {
             statements.push_back(line.substr(std::string("[info] ").size(), 1));
         }
@@ -212,33 +181,15 @@ TEST_F(VtlrunExplainOf, PrintWritesOneJsonLineACall) {
               "\"special\":\"null\"}]\n[]\n");
 }
 
-// The lines of the first code block under "## Explaining a run".
-std::vector<std::string> DocumentedTrace() {
-    std::ifstream doc(std::string(VOR_DOCS_DIR) + "/vtlrun.md");
-    std::vector<std::string> lines;
-    bool inSection = false;
-    int fences = 0;
-    for (std::string line; std::getline(doc, line) && fences < 2;) {
-        if (line.starts_with("#")) {
-            inSection = line == "## Explaining a run";
-        } else if (inSection && line.starts_with("```")) {
-            ++fences;
-        } else if (inSection && fences == 1) {
-            lines.push_back(line);
-        }
-    }
-    return lines;
-}
-
 TEST(VtlrunExplainDocs, TheDocumentedTraceIsPrinted) {
     fs::path const dir = fs::path(VOR_EXAMPLES_DIR) / "output";
     ProcessResult const run =
         RunVtlrun({(dir / "program.vtl").string(), (dir / "store.json").string(), "--explain"});
     ASSERT_EQ(run.exitCode, 0) << run.err;
-    std::vector<std::string> const documented = DocumentedTrace();
+    std::vector<std::string> const documented = VtlrunDocBlockLines("## Explaining a run", 1);
     ASSERT_FALSE(documented.empty());
-    std::vector<std::string> printed = Lines(run.err);
-    std::vector<std::string> const result = Lines(run.out);
+    std::vector<std::string> printed = SplitLines(run.err);
+    std::vector<std::string> const result = SplitLines(run.out);
     printed.insert(printed.end(), result.begin(), result.end());
     EXPECT_EQ(documented, printed);
 }

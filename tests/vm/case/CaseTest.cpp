@@ -33,6 +33,9 @@ std::string Store(std::string const& limit) {
     return R"({"a": [1.5, -2.0], "limit": )" + limit + "}";
 }
 
+constexpr char const* c_unchanged = R"({"$type":"array<double>","values":[1.5,-2.0]})";
+constexpr char const* c_negated = R"({"$type":"array<double>","values":[-1.5,2.0]})";
+
 constexpr char const* c_threeBranches = R"(input ~init.a : array<double>, ~init.limit : double
 b : array<double> = Case(~init.a, ~init.limit) {
   when gt(~init.limit, 10.0) { b = Map(~init.a) fn negate() }
@@ -47,43 +50,30 @@ TEST(Case, TheFirstTrueConditionChoosesTheBranchAndNoneTrueChoosesElse) {
         char const* expected;
     };
     // 20 makes both conditions true: the earlier one wins.
-    for (Row const& row : {Row{"20.0", "[-1.5,2.0]"}, Row{"7.0", "[3.0,-4.0]"}, Row{"1.0", "[1.5,-2.0]"}}) {
-        EXPECT_EQ(RunToJson(c_threeBranches, Store(row.limit), L"b"),
-                  std::string(R"({"$type":"array<double>","values":)") + row.expected + "}")
-            << "limit " << row.limit;
+    for (Row const& row :
+         {Row{"20.0", c_negated}, Row{"7.0", R"({"$type":"array<double>","values":[3.0,-4.0]})"},
+          Row{"1.0", c_unchanged}}) {
+        EXPECT_EQ(RunToJson(c_threeBranches, Store(row.limit), L"b"), row.expected) << "limit " << row.limit;
     }
 }
 
-TEST(Case, NoConditionAfterTheFirstTrueOneIsEvaluated) {
+// A condition of literals alone is called, and the case reads its captured keys and nothing else.
+// No condition after the first true one is evaluated.
+TEST(Case, AConditionIsEvaluatedOnlyUntilOneHolds) {
     struct Row {
         char const* firstCondition;
-        int expectedCalls;
+        char const* expected;
+        int probeCalls;
     };
-    for (Row const& row : {Row{"always()", 0}, Row{"never()", 1}}) {
+    for (Row const& row : {Row{"always()", c_negated, 0}, Row{"gt(2, 1)", c_negated, 0},
+                           Row{"never()", c_unchanged, 1}, Row{"gt(1, 2)", c_unchanged, 1}}) {
         child::ResetProbes();
         std::string const program =
             std::string("input ~init.a : array<double>\nb : array<double> = Case(~init.a) {\n") + "  when " +
-            row.firstCondition + " { b = Copy(~init.a) }\n" +
-            "  when probe_true() { b = Map(~init.a) fn negate() }\n" +
-            "  else { b = Map(~init.a) fn negate() }\n}\n";
-        EXPECT_EQ(RunToJson(program, Store("0.0"), L"b"),
-                  row.expectedCalls == 0 ? R"({"$type":"array<double>","values":[1.5,-2.0]})"
-                                         : R"({"$type":"array<double>","values":[-1.5,2.0]})");
-        EXPECT_EQ(GetProbes().calls.load(), row.expectedCalls) << row.firstCondition;
-    }
-}
-
-TEST(Case, AConditionOfLiteralsAloneIsCalledAndReadsNoKey) {
-    for (bool holds : {true, false}) {
-        std::string const condition = holds ? "gt(2, 1)" : "gt(1, 2)";
-        std::string const program =
-            "input ~init.a : array<double>\nb : array<double> = Case(~init.a) {\n  when " + condition +
-            " { b = Map(~init.a) fn negate() }\n  else { b = Copy(~init.a) }\n}\n";
-        EXPECT_EQ(RunToJson(program, Store("0.0"), L"b"),
-                  holds ? R"({"$type":"array<double>","values":[-1.5,2.0]})"
-                        : R"({"$type":"array<double>","values":[1.5,-2.0]})")
-            << condition;
-        // The case reads its captured keys and nothing else.
+            row.firstCondition + " { b = Map(~init.a) fn negate() }\n" +
+            "  when probe_true() { b = Copy(~init.a) }\n  else { b = Copy(~init.a) }\n}\n";
+        EXPECT_EQ(RunToJson(program, Store("0.0"), L"b"), row.expected) << row.firstCondition;
+        EXPECT_EQ(GetProbes().calls.load(), row.probeCalls) << row.firstCondition;
         std::vector<core::KeyPath> const inputs = MakeFirst(program)->GetInputPaths();
         ASSERT_EQ(inputs.size(), 1u);
         EXPECT_TRUE(inputs[0].TypeAgnosticEquals(Path(L"~init.a")));
@@ -148,7 +138,7 @@ b : array<double> = Case(~init.a, ~init.limit) {
 }
 )";
     EXPECT_EQ(RunToJson(nested, Store("1.0"), L"b"), R"({"$type":"array<double>","values":[-16.0,19.0]})");
-    EXPECT_EQ(RunToJson(nested, Store("-1.0"), L"b"), R"({"$type":"array<double>","values":[1.5,-2.0]})");
+    EXPECT_EQ(RunToJson(nested, Store("-1.0"), L"b"), c_unchanged);
 
     // What the inner case wrote but does not hand back stays in its store.
     std::string const leaking = R"(input ~init.a : array<double>
@@ -198,37 +188,15 @@ b : array<double> = Case(~init.a) {
 }
 )";
 
+// Raised by the first child, the flag keeps the second from running, and b, which it would write,
+// is not read. Without a source the same case runs to its end.
 TEST(Case, ACancelledRunStopsBetweenChildrenAndReadsNoOutput) {
     auto const transform = MakeFirst(c_cancellingBranch);
     vm::TransformValues const inputs{{Path(L"~init.a"), Parse("[1.5, -2.0]")}};
-
-    // Raised before the first child: nothing runs.
-    child::ResetProbes();
-    GetProbes().cancel.cancelled = true;
-    vm::TransformValues outputs = transform->DoTransform(inputs, &GetProbes().cancel);
-    EXPECT_EQ(outputs.begin(), outputs.end());
-    EXPECT_EQ(GetProbes().calls.load(), 0);
-
-    // Raised by the first child: the second never runs, and b, which it would write, is not read.
-    child::ResetProbes();
-    outputs = transform->Clone()->DoTransform(inputs, &GetProbes().cancel);
-    EXPECT_EQ(outputs.begin(), outputs.end());
-    EXPECT_EQ(GetProbes().calls.load(), 2) << "probe_cancel's two rows and no row of probe_count";
-
-    // Without a source the same case runs to its end.
-    child::ResetProbes();
-    outputs = transform->DoTransform(inputs, nullptr);
-    EXPECT_EQ(Json(outputs.GetValue(Path(L"b"))), R"({"$type":"array<double>","values":[1.5,-2.0]})");
+    vm::TransformValues const outputs = child::ExpectStopsWhenCancelled(*transform, inputs, 2);
+    EXPECT_EQ(Json(outputs.GetValue(Path(L"b"))), c_unchanged);
     EXPECT_EQ(GetProbes().calls.load(), 4);
-}
-
-TEST(Case, AMachineWhoseCaseIsCancelledEndsCancelled) {
-    child::ResetProbes();
-    auto vm = child::MakeVM(c_cancellingBranch, Store("0.0"));
-    vm->SetCancellationTokenSource(
-        std::shared_ptr<vm::ICancellationTokenSource>(std::shared_ptr<void>(), &GetProbes().cancel));
-    EXPECT_EQ(vm->Execute(), vm::TransformStatus::Cancelled);
-    EXPECT_EQ(GetProbes().calls.load(), 2);
+    child::ExpectMachineCancelled(c_cancellingBranch, Store("0.0"), 2);
 }
 
 class CaseMetrics : public ::testing::Test {
@@ -248,7 +216,7 @@ b : array<double> = Case(~init.a) {
 }
 )";
     MetricsFilter::SetFilter(MetricsFilter::c_allBits);
-    EXPECT_EQ(RunToJson(program, Store("0.0"), L"b"), R"({"$type":"array<double>","values":[1.5,-2.0]})");
+    EXPECT_EQ(RunToJson(program, Store("0.0"), L"b"), c_unchanged);
     std::vector<std::wstring> names;
     for (auto const& scope : Metrics::GetRegistry().Snapshot()) {
         names.push_back(scope.name.str());
@@ -269,19 +237,13 @@ b : array<double> = Case(~init.a) {
 }
 
 TEST(CaseMaking, AFailingChildNamesItsOwnStatement) {
-    std::string const program = R"(input ~init.a : array<string>
+    child::ExpectMakeFailsAt(R"(input ~init.a : array<string>
 b : array<string> = Case(~init.a) {
   when always() { b = Copy(~init.a) }
   else { b = Map(~init.a) fn negate() }
 }
-)";
-    try {
-        child::MakeVM(program, R"({"a": ["x"]})");
-        ADD_FAILURE() << "no failure";
-    } catch (core::ZelRuntimeException const& e) {
-        std::string const text = e.GetText().ToUtf8();
-        EXPECT_EQ(text.rfind("line 4, column 10: Map:", 0), 0u) << text;
-    }
+)",
+                             R"({"a": ["x"]})", "line 4, column 10: Map:");
 }
 
 TEST(CaseMaking, WhenAndElseAloneAreRefused) {

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "support/HostFunctionObjects.h"
+#include "support/ProgramSupport.h"
 #include "zel/core/functions/BuiltinFunctions.h"
 #include "zel/core/functions/FunctionLookup.h"
 #include "zel/core/io/JsonStoreWriter.h"
@@ -61,11 +62,9 @@ inline core::FunctionLookup const& Functions() {
             core::FunctionKind::Unary, plain.GetKey(), plain.GetOutputType(), false, false,
             &MakeHostObject<PositiveRowsPredicate, core::IUnaryFunction<double, bool>>, Special{nullptr}));
         auto const& sum = scratch.RegisterBinary(L"probe_sum", [](double acc, double x) { return acc + x; });
-        using BinarySpecial = core::FunctionFactory<core::IBinarySpecialFunction<double, double, double>>;
-        using BinaryRegular = core::FunctionFactory<core::IBinaryFunction<double, double, double>>;
-        l->Register(core::RegisteredFunctions::Make(
-            core::FunctionKind::Binary, sum.GetKey(), sum.GetOutputType(), false, false,
-            reinterpret_cast<BinaryRegular>(sum.GetFunction()), BinarySpecial{nullptr}));
+        RegisterRegularOnly<core::IBinaryFunction<double, double, double>,
+                            core::IBinarySpecialFunction<double, double, double>>(
+            *l, core::FunctionKind::Binary, sum);
         return l;
     }();
     return *lookup;
@@ -96,24 +95,13 @@ inline std::string Texts(std::vector<core::KeyPath> const& paths) {
 inline Value RunProgram(std::string const& program,
                         std::vector<std::pair<wchar_t const*, Value>> const& inputs,
                         vm::VMOptions const& options = {}, wchar_t const* result = L"b") {
-    core::StoreValueMap entries;
-    for (auto const& [name, value] : inputs) {
-        entries.emplace(name, value);
-    }
-    std::shared_ptr<core::IDataStore> store = core::factory::MakeDataStore(std::move(entries));
-    auto vm = vm::VMFactory::Make(TStringCore::FromUtf8(program), store, Functions(), options);
-    EXPECT_EQ(vm->Execute(), vm::TransformStatus::Complete);
-    return vm->MaterializeDataStore()->GetValue(core::KeyPath(result));
+    return RunProgramWith(Functions(), program, inputs, options, result);
 }
 
 // The transform of the first statement of `program`.
 inline std::unique_ptr<vm::Transform> MakeFirst(std::string const& program,
                                                 vm::VMOptions const& options = {}) {
-    std::vector<core::TransformSpec> specs;
-    std::vector<core::GraphEdge> edges;
-    core::OutputKeySet outputs;
-    core::ParseVtlPayload(std::string_view(program), specs, edges, outputs);
-    return vm::MakeTransform(specs.at(0), Functions(), core::KeyPathTypeLookup(), options);
+    return MakeFirstWith(Functions(), program, options);
 }
 
 // Options with blocks of `base` rows of 8-byte elements.

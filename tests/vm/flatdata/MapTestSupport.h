@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "support/HostFunctionObjects.h"
+#include "support/ProgramSupport.h"
 #include "zel/core/functions/BuiltinFunctions.h"
 #include "zel/core/functions/FunctionLookup.h"
 #include "zel/core/store/ArrayFactory.h"
@@ -26,6 +27,7 @@
 #include "zel/core/store/StoreValue.h"
 #include "zel/core/store/StoreValueFactory.h"
 #include "zel/vm/host/VMFactory.h"
+#include "zel/vm/transform/RawData.h"
 
 namespace zel::test::map {
 
@@ -103,14 +105,13 @@ inline core::FunctionLookup const& Functions() {
                 return core::factory::MakeTuple(std::move(rest));
             },
             core::FunctionTypes{{tuple}, tuple});
-        // A plain registration brings a special form along; keep only its regular factory.
         core::FunctionLookup scratch;
         auto const& plain = scratch.RegisterUnary(L"probe_regular", [](double x) { return x + 100.0; });
         using Regular = core::FunctionFactory<core::IUnaryFunction<double, double>>;
         using Special = core::FunctionFactory<core::IUnarySpecialFunction<double, double>>;
-        l->Register(core::RegisteredFunctions::Make(
-            core::FunctionKind::Unary, plain.GetKey(), plain.GetOutputType(), false, false,
-            reinterpret_cast<Regular>(plain.GetFunction()), Special{nullptr}));
+        RegisterRegularOnly<core::IUnaryFunction<double, double>,
+                            core::IUnarySpecialFunction<double, double>>(*l, core::FunctionKind::Unary,
+                                                                         plain);
         l->Register(core::RegisteredFunctions::Make(
             core::FunctionKind::Unary, core::FunctionKey(L"probe_sparse", plain.GetKey().GetInputTypes()),
             plain.GetOutputType(), false, false, Regular{nullptr},
@@ -158,6 +159,20 @@ inline std::vector<double> Ramp(unsigned int count, unsigned int negativeEvery =
     return values;
 }
 
+// A buffer of `count` double rows, all 0 and plain, and the values a buffer holds.
+inline std::unique_ptr<vm::TypedRawData<unsigned long long>> DoubleBuffer(unsigned int count) {
+    return std::make_unique<vm::TypedRawData<unsigned long long>>(
+        core::StoreTypeInfo::Array, core::StoreTypeInfo::Double, core::StoreTypeInfo::Empty, count);
+}
+
+inline std::vector<double> ValuesOf(vm::TypedRawData<unsigned long long> const& buffer) {
+    std::vector<double> values;
+    for (unsigned long long bits : buffer.GetValues()) {
+        values.push_back(std::bit_cast<double>(bits));
+    }
+    return values;
+}
+
 // One row of a double result: its value, or nothing when it is special.
 struct DoubleRow {
     std::optional<double> value;
@@ -177,14 +192,7 @@ inline DoubleRow RowOf(Value const& array, unsigned int row) {
 inline Value RunProgram(std::string const& program,
                         std::vector<std::pair<wchar_t const*, Value>> const& inputs,
                         vm::VMOptions const& options = {}, wchar_t const* result = L"b") {
-    core::StoreValueMap entries;
-    for (auto const& [name, value] : inputs) {
-        entries.emplace(name, value);
-    }
-    std::shared_ptr<core::IDataStore> store = core::factory::MakeDataStore(std::move(entries));
-    auto vm = vm::VMFactory::Make(TStringCore::FromUtf8(program), store, Functions(), options);
-    EXPECT_EQ(vm->Execute(), vm::TransformStatus::Complete);
-    return vm->MaterializeDataStore()->GetValue(core::KeyPath(result));
+    return RunProgramWith(Functions(), program, inputs, options, result);
 }
 
 // Options with blocks of `blockSize` rows of 8-byte elements.

@@ -32,31 +32,9 @@ using vm::RawDataView;
 using vm::TransformValues;
 using vm::TypedRawData;
 
-core::TransformSpec ParseOne(std::string const& program) {
-    std::vector<core::TransformSpec> specs;
-    std::vector<core::GraphEdge> edges;
-    core::OutputKeySet outputs;
-    core::ParseVtlPayload(std::string_view(program), specs, edges, outputs);
-    return specs.at(0);
-}
-
 std::unique_ptr<vm::Transform> MakeMap(std::string const& program,
                                        vm::VMOptions const& options = SmallBlocks(4)) {
-    return vm::MakeTransform(ParseOne(program), Functions(), core::KeyPathTypeLookup(), options);
-}
-
-// A buffer of `count` double rows, all 0 and plain.
-std::unique_ptr<TypedRawData<unsigned long long>> DoubleBuffer(unsigned int count) {
-    return std::make_unique<TypedRawData<unsigned long long>>(
-        core::StoreTypeInfo::Array, core::StoreTypeInfo::Double, core::StoreTypeInfo::Empty, count);
-}
-
-std::vector<double> ValuesOf(TypedRawData<unsigned long long> const& buffer) {
-    std::vector<double> values;
-    for (unsigned long long bits : buffer.GetValues()) {
-        values.push_back(std::bit_cast<double>(bits));
-    }
-    return values;
+    return MakeFirstWith(Functions(), program, options);
 }
 
 // The rows of `buffer` that are Null.

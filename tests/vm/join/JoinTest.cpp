@@ -43,6 +43,12 @@ Value Join(std::string_view kind, Value const& left, Value const& right, std::st
                       {{L"x", left}, {L"y", right}});
 }
 
+// The l and r columns of a join's result: which rows of each side it holds, in its order.
+void ExpectRows(Value const& result, std::string_view l, std::string_view r) {
+    EXPECT_EQ(Json(result->AsTable().GetColumn(L"l")), Values(l));
+    EXPECT_EQ(Json(result->AsTable().GetColumn(L"r")), Values(r));
+}
+
 struct KeyCase {
     std::string_view type;
     std::string_view left;       // three keys A, B, C
@@ -69,6 +75,10 @@ std::string Typed(std::string_view type, std::string_view values) {
     return R"({"$type": ")" + std::string(type) + R"(", "values": )" + std::string(values) + "}";
 }
 
+constexpr char const* c_layoutRight =
+    R"("k": {"$type": "array<int32>", "runs": [{"value": 1, "count": 2}, {"value": 2, "count": 1}]},
+       "r": {"$type": "array<int32>", "values": [10, 11, 12], "indices": [2, 1, 0]})";
+
 // The left has 3 rows and the right 4. The inner join builds on the left and follows the right's
 // rows; the left outer join builds on the right, follows the left's rows and ends with the row of
 // C, unmatched. The key column of both sides is one column, the left's.
@@ -81,14 +91,12 @@ TEST(JoinKeyTypes, EveryKeyTypeJoinsInnerAndLeftOuter) {
         reached.insert(left->AsTable().GetColumn(L"k")->GetValueTypeInfo().GetStoreType());
 
         Value const inner = Join("InnerJoin", left, right);
-        EXPECT_EQ(Json(inner->AsTable().GetColumn(L"l")), Values("[1,0,1]"));
-        EXPECT_EQ(Json(inner->AsTable().GetColumn(L"r")), Values("[10,11,12]"));
+        ExpectRows(inner, "[1,0,1]", "[10,11,12]");
         EXPECT_EQ(Json(inner->AsTable().GetColumn(L"k")), Json(Parse(Typed(c.type, c.innerKeys))));
         EXPECT_EQ(inner->AsTable().GetColumns().size(), 3u);
 
         Value const outer = Join("LeftOuterJoin", left, right);
-        EXPECT_EQ(Json(outer->AsTable().GetColumn(L"l")), Values("[0,1,1,2]"));
-        EXPECT_EQ(Json(outer->AsTable().GetColumn(L"r")), Values("[11,10,12,null]"));
+        ExpectRows(outer, "[0,1,1,2]", "[11,10,12,null]");
         EXPECT_EQ(Json(outer->AsTable().GetColumn(L"k")), Json(Parse(Typed(c.type, c.outerKeys))));
     }
     // Bools: few keys, many rows to a key, each key's rows in their order.
@@ -96,24 +104,10 @@ TEST(JoinKeyTypes, EveryKeyTypeJoinsInnerAndLeftOuter) {
     Value const right = Table(R"("k": [false, true, true, true], "r": [10, 11, 12, 13])");
     reached.insert(core::StoreType::Bool);
     Value const inner = Join("InnerJoin", left, right);
-    EXPECT_EQ(Json(inner->AsTable().GetColumn(L"l")), Values("[1,2,0,0,0]"));
-    EXPECT_EQ(Json(inner->AsTable().GetColumn(L"r")), Values("[10,10,11,12,13]"));
+    ExpectRows(inner, "[1,2,0,0,0]", "[10,10,11,12,13]");
     Value const outer = Join("LeftOuterJoin", left, right);
-    EXPECT_EQ(Json(outer->AsTable().GetColumn(L"l")), Values("[0,0,0,1,2]"));
-    EXPECT_EQ(Json(outer->AsTable().GetColumn(L"r")), Values("[11,12,13,10,10]"));
+    ExpectRows(outer, "[0,0,0,1,2]", "[11,12,13,10,10]");
     EXPECT_EQ(reached.size(), 6u);
-}
-
-// Which side builds decides the order: on equal row counts the left builds and the result follows
-// the right's rows; a larger left is probed, and the result follows the left's rows.
-TEST(InnerJoin, TheProbeSideGivesTheRowOrder) {
-    Value const right = Table(R"("k": [2, 1, 2], "r": [10, 11, 12])");
-    Value const equal = Join("InnerJoin", Table(R"("k": [1, 2, 2], "l": [0, 1, 2])"), right);
-    EXPECT_EQ(Json(equal->AsTable().GetColumn(L"l")), Values("[1,2,0,1,2]"));
-    EXPECT_EQ(Json(equal->AsTable().GetColumn(L"r")), Values("[10,10,11,12,12]"));
-    Value const larger = Join("InnerJoin", Table(R"("k": [1, 2, 2, 3], "l": [0, 1, 2, 3])"), right);
-    EXPECT_EQ(Json(larger->AsTable().GetColumn(L"l")), Values("[0,1,1,2,2]"));
-    EXPECT_EQ(Json(larger->AsTable().GetColumn(L"r")), Values("[11,10,12,10,12]"));
 }
 
 TEST(Join, EmptyTablesGiveAllColumns) {
@@ -132,22 +126,6 @@ TEST(Join, EmptyTablesGiveAllColumns) {
     EXPECT_EQ(
         Json(Join("LeftOuterJoin", Table(R"("k": [1, 2], "l": [0, 1])"), noRight)),
         Json(Table(R"("k": [1, 2], "l": [0, 1], "r": {"$type": "array<double>", "values": [null, null]})")));
-}
-
-// Numbers match by their bits: +0 and -0 are two keys, and a NaN matches a NaN.
-TEST(Join, FloatingKeysMatchByTheirBits) {
-    Value const left =
-        Table(R"("k": {"$type": "array<double>", "values": [0.0, -0.0, "nan"]}, "l": [0, 1, 2])");
-    Value const right =
-        Table(R"("k": {"$type": "array<double>", "values": ["nan", -0.0, 0.0, 1.0]}, "r": [10, 11, 12, 13])");
-    Value const outer = Join("LeftOuterJoin", left, right);
-    EXPECT_EQ(Json(outer->AsTable().GetColumn(L"l")), Values("[0,1,2]"));
-    EXPECT_EQ(Json(outer->AsTable().GetColumn(L"r")), Values("[12,11,10]"));
-    Value const floats =
-        Join("InnerJoin", Table(R"("k": {"$type": "array<float>", "values": [-0.0, "nan"]}, "l": [0, 1])"),
-             Table(R"("k": {"$type": "array<float>", "values": [0.0, "nan", -0.0]}, "r": [10, 11, 12])"));
-    EXPECT_EQ(Json(floats->AsTable().GetColumn(L"l")), Values("[1,0]"));
-    EXPECT_EQ(Json(floats->AsTable().GetColumn(L"r")), Values("[11,12]"));
 }
 
 // A special on the build side never matches, and then a special probe row is not looked up. A
@@ -181,25 +159,48 @@ TEST(Join, SpecialKeysFollowTheBuildSide) {
         }
         Value const right = Table(R"("k": )" + std::string(c.right) + R"(, "r": )" + r + "]");
         Value const result = Join(c.kind, left, right);
-        EXPECT_EQ(Json(result->AsTable().GetColumn(L"l")), Values(c.l));
-        EXPECT_EQ(Json(result->AsTable().GetColumn(L"r")), Values(c.r));
+        ExpectRows(result, c.l, c.r);
     }
 }
 
-// A second pair joins the two reduced tables anew: it does not narrow the first pair's matches.
-// A right key with a name of its own stays a column, a right key named like a left column goes.
-// Key columns in the constant, run-length and indexed layouts match as their flat forms do.
-TEST(Join, KeysInEveryLayoutJoinAlike) {
-    Value const left = Table(R"("k": {"$type": "array<int32>", "constant": 2, "count": 2}, "l": [0, 1])");
-    Value const right =
-        Table(R"("k": {"$type": "array<int32>", "runs": [{"value": 1, "count": 2}, {"value": 2, "count": 1}]},
-                                "r": {"$type": "array<int32>", "values": [10, 11, 12], "indices": [2, 1, 0]})");
-    Value const inner = Join("InnerJoin", left, right);
-    EXPECT_EQ(Json(inner->AsTable().GetColumn(L"l")), Values("[0,1]"));
-    EXPECT_EQ(Json(inner->AsTable().GetColumn(L"r")), Values("[10,10]"));
-    Value const outer = Join("LeftOuterJoin", right, left);
-    EXPECT_EQ(Json(outer->AsTable().GetColumn(L"r")), Values("[10,10,12,11]"));
-    EXPECT_EQ(Json(outer->AsTable().GetColumn(L"l")), Values("[0,1,null,null]"));
+TEST(Join, RowsFollowTheProbeSideAndKeysMatchByTheirBits) {
+    struct OrderCase {
+        std::string_view what;
+        std::string_view kind;
+        std::string left;
+        std::string right;
+        std::string_view l;
+        std::string_view r;
+    };
+    std::string const right = R"("k": [2, 1, 2], "r": [10, 11, 12])";
+    for (OrderCase const& c : std::vector<OrderCase>{
+             // On equal row counts the left builds and the result follows the right's rows; a
+             // larger left is probed, and the result follows the left's rows.
+             {"equal row counts", "InnerJoin", R"("k": [1, 2, 2], "l": [0, 1, 2])", right, "[1,2,0,1,2]",
+              "[10,10,11,12,12]"},
+             {"a larger left", "InnerJoin", R"("k": [1, 2, 2, 3], "l": [0, 1, 2, 3])", right, "[0,1,1,2,2]",
+              "[11,10,12,10,12]"},
+             // Numbers match by their bits: +0 and -0 are two keys, and a NaN matches a NaN.
+             {"doubles", "LeftOuterJoin",
+              R"("k": {"$type": "array<double>", "values": [0.0, -0.0, "nan"]}, "l": [0, 1, 2])",
+              R"("k": {"$type": "array<double>", "values": ["nan", -0.0, 0.0, 1.0]}, "r": [10, 11, 12, 13])",
+              "[0,1,2]", "[12,11,10]"},
+             {"floats", "InnerJoin",
+              R"("k": {"$type": "array<float>", "values": [-0.0, "nan"]}, "l": [0, 1])",
+              R"("k": {"$type": "array<float>", "values": [0.0, "nan", -0.0]}, "r": [10, 11, 12])", "[1,0]",
+              "[11,12]"},
+             // Key columns in the constant, run-length and indexed layouts match as their flat
+             // forms do.
+             {"constant and runs", "InnerJoin",
+              R"("k": {"$type": "array<int32>", "constant": 2, "count": 2}, "l": [0, 1])", c_layoutRight,
+              "[0,1]", "[10,10]"},
+             {"runs and constant", "LeftOuterJoin", c_layoutRight,
+              R"("k": {"$type": "array<int32>", "constant": 2, "count": 2}, "l": [0, 1])", "[0,1,null,null]",
+              "[10,10,12,11]"},
+         }) {
+        SCOPED_TRACE(c.what);
+        ExpectRows(Join(c.kind, Table(c.left), Table(c.right)), c.l, c.r);
+    }
 }
 
 TEST(Join, EveryPairJoinsTheReducedTablesAnew) {
@@ -212,8 +213,7 @@ TEST(Join, EveryPairJoinsTheReducedTablesAnew) {
         {{L"x", left}, {L"y", right}});
     // The first pair gives (l, r) = (0, 10), (1, 10), (2, 11) with b x, y, x and c y, y, x; the
     // second matches b against c among these: each b = x row with each c = x row, and so on.
-    EXPECT_EQ(Json(result->AsTable().GetColumn(L"l")), Values("[1,1,0,2]"));
-    EXPECT_EQ(Json(result->AsTable().GetColumn(L"r")), Values("[10,10,11,11]"));
+    ExpectRows(result, "[1,1,0,2]", "[10,10,11,11]");
     EXPECT_EQ(Json(result->AsTable().GetColumn(L"c")), Values(R"(["y","y","x","x"])"));
     EXPECT_EQ(result->AsTable().GetColumns().size(), 5u);
 }
@@ -235,17 +235,12 @@ TEST(Join, AColumnOnBothSidesMustBeARightKey) {
 TEST(Join, RefusesKeysOfTwoTypesAndTypesWithoutAnIndex) {
     for (std::string_view kind : {"InnerJoin", "LeftOuterJoin"}) {
         SCOPED_TRACE(kind);
-        ExpectCheckFailure(
-            [&] {
-                Join(kind, Table(R"("k": [1])"), Table(R"("k": {"$type": "array<int64>", "values": [1]})"));
-            },
-            ZelError::JoinTypeMismatch, "(input1Type == input2Type)");
-        ExpectCheckFailure(
-            [&] {
-                Join(kind, Table(R"("k": ["a"])"),
-                     Table(R"("k": {"$type": "array<string(nocase)>", "values": ["a"]})"));
-            },
-            ZelError::JoinTypeMismatch, "(input1Type == input2Type)");
+        for (auto const& [left, right] :
+             {std::pair{R"("k": [1])", R"("k": {"$type": "array<int64>", "values": [1]})"},
+              std::pair{R"("k": ["a"])", R"("k": {"$type": "array<string(nocase)>", "values": ["a"]})"}}) {
+            ExpectCheckFailure([&] { Join(kind, Table(left), Table(right)); }, ZelError::JoinTypeMismatch,
+                               "(input1Type == input2Type)");
+        }
         Value const dates = Table(R"("k": {"$type": "array<date>", "values": ["2024-01-31"]})");
         ExpectCheckFailure<core::ZelLogicException>([&] { Join(kind, dates, dates); },
                                                     ZelError::JoinTypeUnsupported, "(false)");

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "support/LogCapture.h"
+#include "support/ProgramSupport.h"
 #include "vm/filter/FilterTestSupport.h"
 #include "zel/core/spec/FunctionSpec.h"
 #include "zel/core/store/DataStore.h"
@@ -61,43 +62,32 @@ std::unique_ptr<core::IDataStore> Store() {
 }
 
 core::TransformSpec Statement(std::string const& text) {
-    std::vector<core::TransformSpec> specs;
-    std::vector<core::GraphEdge> edges;
-    core::OutputKeySet outputs;
-    core::ParseVtlPayload(std::string_view(text), specs, edges, outputs);
-    return std::move(specs.at(0));
+    return std::move(Statements(text).at(0));
 }
 
 using Lines = std::vector<std::string>;
 
-TEST(ExecutionLogger, ShowsAStatementItsInputsAndItsOutputs) {
-    auto store = Store();
+TEST(ExecutionLogger, ShowsAStatementItsInputsAndItsOutputsBySampleSize) {
     core::TransformSpec const spec = Statement("b = Map(~init.a) fn multiply(2)");
-    TraceCapture const trace;
-    ExecutionLogger logger(ZelLogLevel::Info, ExecutionLogger::c_allElements);
-    logger.Execute(spec, store.get());
-    logger.ExecutionResult(spec, store.get());
-    EXPECT_EQ(trace.Lines(), (Lines{core::TransformToString(spec).ToUtf8(), "  Input: ~init.a: [1, 2, 3]",
-                                    "  Output: b: [2, 4, 6]"}));
-}
-
-TEST(ExecutionLogger, ShowsValuesBySampleSize) {
     struct SampleCase {
         unsigned int sampleSize;
-        std::string expected;
+        std::string input;
+        std::string output;
     };
     for (SampleCase const& c :
-         std::vector<SampleCase>{{0, "  Input: ~init.a: "},
-                                 {1, "  Input: ~init.a: [1]"},
-                                 {2, "  Input: ~init.a: [1, 2]"},
-                                 {4294967294u, "  Input: ~init.a: [1, 2, 3]"},
-                                 {ExecutionLogger::c_allElements, "  Input: ~init.a: [1, 2, 3]"}}) {
+         std::vector<SampleCase>{{0, "", ""},
+                                 {1, "[1]", "[2]"},
+                                 {2, "[1, 2]", "[2, 4]"},
+                                 {4294967294u, "[1, 2, 3]", "[2, 4, 6]"},
+                                 {ExecutionLogger::c_allElements, "[1, 2, 3]", "[2, 4, 6]"}}) {
         auto store = Store();
         TraceCapture const trace;
         ExecutionLogger logger(ZelLogLevel::Info, c.sampleSize);
-        logger.Execute(Statement("b = Copy(~init.a)"), store.get());
-        ASSERT_EQ(trace.Lines().size(), 2u);
-        EXPECT_EQ(trace.Lines()[1], c.expected) << c.sampleSize;
+        logger.Execute(spec, store.get());
+        logger.ExecutionResult(spec, store.get());
+        EXPECT_EQ(trace.Lines(), (Lines{core::TransformToString(spec).ToUtf8(),
+                                        "  Input: ~init.a: " + c.input, "  Output: b: " + c.output}))
+            << c.sampleSize;
     }
 }
 

@@ -24,9 +24,7 @@ void ExpectStableOrder(std::vector<U> const& keys) {
     for (unsigned int row : rows) {
         sortedKeys.push_back(keys[row]);
     }
-    std::vector<unsigned int> reversedExpected(keys.size());
-    std::iota(reversedExpected.begin(), reversedExpected.end(), 0u);
-    std::reverse(reversedExpected.begin(), reversedExpected.end());
+    std::vector<unsigned int> reversedExpected = rows;
     std::stable_sort(reversedExpected.begin(), reversedExpected.end(),
                      [&](unsigned int a, unsigned int b) { return keys[a] < keys[b]; });
     vm::sort::RadixSortRows(sortedKeys, rows);

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "support/CheckFailure.h"
+#include "support/ProgramSupport.h"
 #include "transform/OutputTransform.h"
 #include "vm/filter/FilterTestSupport.h"
 #include "zel/core/functions/BuiltinFunctions.h"
@@ -64,11 +65,7 @@ protected:
     }
 
     static std::unique_ptr<vm::Transform> Make(std::string const& statement) {
-        std::vector<core::TransformSpec> specs;
-        std::vector<core::GraphEdge> edges;
-        core::OutputKeySet outputs;
-        core::ParseVtlPayload(std::string_view(statement), specs, edges, outputs);
-        return vm::MakeTransform(specs.at(0), Functions(), core::KeyPathTypeLookup(), vm::VMOptions());
+        return MakeFirstWith(Functions(), statement, vm::VMOptions());
     }
 };
 
@@ -106,12 +103,10 @@ TEST_F(Output, AFunctionOfLiteralsAloneReadsNothingAndStillRuns) {
 }
 
 TEST_F(Output, RunsOncePerRunOfAMachine) {
-    auto store = core::factory::MakeDataStore(core::StoreValueMap{{L"a", Parse("[1.5, 2.5]")}});
-    auto const vm = vm::VMFactory::Make(
-        TStringCore(L"input ~init.a : array<double>\ns : double = Reduce(~init.a) fn add() value 0.0\n"
-                    L"Output() fn probe_record(\"sum\", s)\n"),
-        std::move(store), Functions(), vm::VMOptions());
-    ASSERT_EQ(vm->Execute(), vm::TransformStatus::Complete);
+    RunProgramWith(Functions(),
+                   "input ~init.a : array<double>\ns : double = Reduce(~init.a) fn add() value 0.0\n"
+                   "Output() fn probe_record(\"sum\", s)\n",
+                   {{L"a", Parse("[1.5, 2.5]")}}, vm::VMOptions(), L"s");
     ASSERT_EQ(Recorded().arguments.size(), 1u);
     EXPECT_EQ(Json(Recorded().arguments[0][1]), Json(Parse("4.0")));
 }

@@ -14,18 +14,23 @@
 #include <vector>
 
 #include "support/FlagCancellationSource.h"
+#include "support/ProgramSupport.h"
+#include "vm/filter/FilterTestSupport.h"
 #include "zel/core/functions/BuiltinFunctions.h"
 #include "zel/core/functions/FunctionLookup.h"
 #include "zel/core/io/JsonStoreWriter.h"
 #include "zel/core/io/StoreValueParser.h"
 #include "zel/core/store/DataStore.h"
 #include "zel/core/store/StoreValue.h"
+#include "zel/core/utility/ZelException.h"
 #include "zel/core/vtl/VtlParser.h"
 #include "zel/vm/host/VMFactory.h"
 #include "zel/vm/materialize/MakeTransform.h"
 
 namespace zel::test::child {
 
+using filter::Json;
+using filter::Parse;
 using Value = std::shared_ptr<core::StoreValue>;
 
 // What the probes touch. Tests reset them before use.
@@ -91,25 +96,54 @@ inline std::string RunToJson(std::string const& program, std::string const& stor
 // The transform of the first statement of `program`.
 inline std::unique_ptr<vm::Transform> MakeFirst(std::string const& program,
                                                 vm::VMOptions const& options = {}) {
-    std::vector<core::TransformSpec> specs;
-    std::vector<core::GraphEdge> edges;
-    core::OutputKeySet outputs;
-    core::ParseVtlPayload(std::string_view(program), specs, edges, outputs);
-    return vm::MakeTransform(specs.at(0), Functions(), core::KeyPathTypeLookup(), options);
-}
-
-// A value from its JSON text (plain or typed).
-inline Value Parse(std::string_view json) {
-    return core::StoreValueParser::MakeDataStore("{\"a\": " + std::string(json) + "}")
-        ->GetValue(core::KeyPath(L"a"));
-}
-
-inline std::string Json(Value const& value) {
-    return value ? core::JsonStoreWriter::WriteValue(*value) : "(none)";
+    return MakeFirstWith(Functions(), program, options);
 }
 
 inline core::KeyPath Path(wchar_t const* text) {
     return core::KeyPath::Parse(TStringCore(text));
+}
+
+// Runs `transform` over `inputs` with the probes' flag raised before the start (no probe call, no
+// output), then a clone with the flag raised by a probe (`callsBeforeStop` calls, no output), and
+// returns the outputs of a last run without a cancellation source, the probes reset before it.
+inline vm::TransformValues ExpectStopsWhenCancelled(vm::Transform const& transform,
+                                                    vm::TransformValues const& inputs, int callsBeforeStop) {
+    ResetProbes();
+    GetProbes().cancel.cancelled = true;
+    vm::TransformValues outputs = transform.DoTransform(inputs, &GetProbes().cancel);
+    EXPECT_EQ(outputs.begin(), outputs.end());
+    EXPECT_EQ(GetProbes().calls.load(), 0);
+    ResetProbes();
+    outputs = transform.Clone()->DoTransform(inputs, &GetProbes().cancel);
+    EXPECT_EQ(outputs.begin(), outputs.end());
+    EXPECT_EQ(GetProbes().calls.load(), callsBeforeStop);
+    ResetProbes();
+    return transform.DoTransform(inputs, nullptr);
+}
+
+// A machine of `program` whose cancellation source is the probes' flag ends Cancelled after
+// `callsBeforeStop` probe calls.
+inline void ExpectMachineCancelled(std::string const& program, std::string const& store, int callsBeforeStop,
+                                   vm::VMOptions const& options = {}) {
+    ResetProbes();
+    auto vm = MakeVM(program, store, options);
+    vm->SetCancellationTokenSource(
+        std::shared_ptr<vm::ICancellationTokenSource>(std::shared_ptr<void>(), &GetProbes().cancel));
+    EXPECT_EQ(vm->Execute(), vm::TransformStatus::Cancelled);
+    EXPECT_EQ(GetProbes().calls.load(), callsBeforeStop);
+}
+
+// Making the machine of `program` fails with a text that starts with `prefix` (the place and
+// operator of the failing statement).
+inline void ExpectMakeFailsAt(std::string const& program, std::string const& store,
+                              std::string const& prefix) {
+    try {
+        MakeVM(program, store);
+        ADD_FAILURE() << "no failure";
+    } catch (core::ZelRuntimeException const& e) {
+        std::string const text = e.GetText().ToUtf8();
+        EXPECT_EQ(text.rfind(prefix, 0), 0u) << text;
+    }
 }
 
 // Options that keep every transform on the calling thread.

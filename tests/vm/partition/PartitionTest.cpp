@@ -78,102 +78,80 @@ std::string ApplyByPartitionProgram(bool gather) {
            "}\n";
 }
 
-TEST(PartitionGroupBy, AdjacentEqualKeysFormAPartitionAndEachPartitionARow) {
+// GroupBy makes a row of each partition; in ApplyByPartition a scalar fills every row of its
+// partition, an array its rows in order. Both with a range and a gather, serial and parallel.
+TEST(PartitionForms, AdjacentEqualKeysFormAPartitionAndEachResultFillsItsRows) {
     struct Row {
+        std::string (*program)(bool gather);
         char const* keys;
         char const* values;
         std::string expected;
     };
     std::vector<Row> const rows{
         // a a b a: three partitions, two of them of key a; b is a partition of one row.
-        {R"(["a", "a", "b", "a"])", "[1.0, 2.0, 3.0, 4.0]",
+        {GroupByProgram, R"(["a", "a", "b", "a"])", "[1.0, 2.0, 3.0, 4.0]",
          ResultTable(
              {{"k", Strings(R"("a","b","a")")}, {"n", Int32s("2,1,1")}, {"total", Doubles("3.0,3.0,4.0")}})},
-        {R"(["z"])", "[7.5]",
+        {GroupByProgram, R"(["z"])", "[7.5]",
          ResultTable({{"k", Strings(R"("z")")}, {"n", Int32s("1")}, {"total", Doubles("7.5")}})},
         // No rows: no partition, and still every column.
-        {c_noKeys, c_noValues, ResultTable({{"k", Strings("")}, {"n", Int32s("")}, {"total", Doubles("")}})},
-    };
-    for (Row const& row : rows) {
-        for (bool gather : {false, true}) {
-            for (vm::VMOptions const& options : {vm::VMOptions(), child::Serial()}) {
-                EXPECT_EQ(RunToJson(GroupByProgram(gather), Table(row.keys, row.values), L"out", options),
-                          row.expected)
-                    << row.keys << (gather ? ", gather" : ", range");
-            }
-        }
-    }
-}
-
-TEST(PartitionApplyByPartition, EachPartitionsResultsFillItsOwnRows) {
-    struct Row {
-        char const* keys;
-        char const* values;
-        std::string expected;
-    };
-    std::vector<Row> const rows{
-        // A scalar fills every row of its partition, an array its rows in order.
-        {R"(["a", "a", "b", "a"])", "[1.0, 2.0, 3.0, 4.0]",
+        {GroupByProgram, c_noKeys, c_noValues,
+         ResultTable({{"k", Strings("")}, {"n", Int32s("")}, {"total", Doubles("")}})},
+        {ApplyByPartitionProgram, R"(["a", "a", "b", "a"])", "[1.0, 2.0, 3.0, 4.0]",
          ResultTable({{"k", Strings(R"("a","a","b","a")")},
                       {"running", Doubles("1.0,3.0,3.0,4.0")},
                       {"total", Doubles("3.0,3.0,3.0,4.0")},
                       {"v", Doubles("1.0,2.0,3.0,4.0")}})},
-        {c_noKeys, c_noValues,
+        {ApplyByPartitionProgram, c_noKeys, c_noValues,
          ResultTable(
              {{"k", Strings("")}, {"running", Doubles("")}, {"total", Doubles("")}, {"v", Doubles("")}})},
     };
     for (Row const& row : rows) {
         for (bool gather : {false, true}) {
             for (vm::VMOptions const& options : {vm::VMOptions(), child::Serial()}) {
-                EXPECT_EQ(
-                    RunToJson(ApplyByPartitionProgram(gather), Table(row.keys, row.values), L"out", options),
-                    row.expected)
-                    << row.keys << (gather ? ", gather" : ", range");
+                EXPECT_EQ(RunToJson(row.program(gather), Table(row.keys, row.values), L"out", options),
+                          row.expected)
+                    << row.program(false) << row.keys << (gather ? ", gather" : ", range");
             }
         }
     }
 }
 
-TEST(PartitionGroupBy, KeysCompareAsTheirColumnsDo) {
+TEST(PartitionGroupBy, KeysCompareAsTheirColumnsDoAndAChangeInAnyKeyStartsAPartition) {
     struct Row {
-        char const* declaration;  // of ~init.t
+        char const* columns;  // of ~init.t
+        char const* keys;     // the partition keys
         char const* store;
-        std::string keys;  // the result's key columns, in name order
+        std::string expected;  // in the result
     };
     std::vector<Row> const rows{
         // A special equals a special of its kind, never a value.
-        {"input ~init.t : table { k : array<int32>, v : array<double> }\n",
+        {"k : array<int32>", "~init.t.k",
          R"({"t": {"$type": "table", "columns": {"k": [null, null, 1, 1, null], "v": [1.0, 1.0, 1.0, 1.0, 1.0]}}})",
          R"("k":{"$type":"array<int32>","values":[null,1,null]})"},
         // Strings compare under the column's collation: the first row of a partition gives its key.
-        {"input ~init.t : table { k : array<string(nocase)>, v : array<double> }\n",
+        {"k : array<string(nocase)>", "~init.t.k",
          R"({"t": {"$type": "table", "columns": {"k": {"$type": "array<string(nocase)>", "values": ["A", "a", "b", "B"]},
                "v": [1.0, 1.0, 1.0, 1.0]}}})",
          R"("k":{"$type":"array<string(nocase)>","values":["A","b"]})"},
+        {"k1 : array<int32>, k2 : array<string>", "~init.t.k1, ~init.t.k2",
+         R"({"t": {"$type": "table", "columns": {"k1": [1, 1, 1, 2], "k2": ["x", "x", "y", "y"], "v": [1.0, 2.0, 4.0, 8.0]}}})",
+         ResultTable({{"k1", Int32s("1,1,2")},
+                      {"k2", Strings(R"("x","y","y")")},
+                      {"n", Int32s("2,1,1")},
+                      {"total", Doubles("3.0,4.0,8.0")}})},
     };
     for (Row const& row : rows) {
-        std::string const program =
-            std::string(row.declaration) + R"(out : table = GroupBy(~init.t, ~init.t.k) {
+        std::string const program = "input ~init.t : table { " + std::string(row.columns) +
+                                    ", v : array<double> }\nout : table = GroupBy(~init.t, " + row.keys +
+                                    R"() {
   out.n : array<int32> = Reduce(~init.t.v) fn count() value 0
-}
-)";
-        std::string const result = RunToJson(program, row.store, L"out");
-        EXPECT_NE(result.find(row.keys), std::string::npos) << result;
-    }
-}
-
-TEST(PartitionGroupBy, AChangeInAnyKeyStartsAPartition) {
-    std::string const program =
-        R"(input ~init.t : table { k1 : array<int32>, k2 : array<string>, v : array<double> }
-out : table = GroupBy(~init.t, ~init.t.k1, ~init.t.k2) {
   out.total : array<double> = Reduce(~init.t.v) fn add() value 0.0
 }
 )";
-    std::string const store =
-        R"({"t": {"$type": "table", "columns": {"k1": [1, 1, 1, 2], "k2": ["x", "x", "y", "y"], "v": [1.0, 2.0, 4.0, 8.0]}}})";
-    EXPECT_EQ(RunToJson(program, store, L"out"), ResultTable({{"k1", Int32s("1,1,2")},
-                                                              {"k2", Strings(R"("x","y","y")")},
-                                                              {"total", Doubles("3.0,4.0,8.0")}}));
+        std::string const result = RunToJson(program, row.store, L"out");
+        EXPECT_NE(result.find(row.expected), std::string::npos) << result;
+    }
 }
 
 // A Reduce over a captured column that is not in the table shows the mode: over a range it folds
@@ -265,40 +243,20 @@ std::string CancellingProgram(bool gather) {
 constexpr char const* c_threePartitions = R"(["a", "a", "b", "b", "c", "c"])";
 constexpr char const* c_sixValues = "[1.0, 2.0, 3.0, 4.0, 5.0, 6.0]";
 
+// The first partition runs to its end, and the next task sees the stop; without a source every
+// partition runs.
 TEST(PartitionCancel, AStopBeforeOrDuringTheTasksReturnsNoOutput) {
     vm::TransformValues const inputs{{Path(L"~init.t"), Parse(TableValue(c_threePartitions, c_sixValues))}};
     for (bool gather : {false, true}) {
+        SCOPED_TRACE(gather ? "gather" : "range");
         auto const transform = MakeFirst(CancellingProgram(gather), child::Serial());
-
-        // Before: no task gets past its first poll.
-        child::ResetProbes();
-        GetProbes().cancel.cancelled = true;
-        vm::TransformValues outputs = transform->DoTransform(inputs, &GetProbes().cancel);
-        EXPECT_EQ(outputs.begin(), outputs.end());
-        EXPECT_EQ(GetProbes().calls.load(), 0);
-
-        // During: the first partition runs to its end, the next task sees the stop.
-        child::ResetProbes();
-        outputs = transform->DoTransform(inputs, &GetProbes().cancel);
-        EXPECT_EQ(outputs.begin(), outputs.end());
-        EXPECT_EQ(GetProbes().calls.load(), 2) << (gather ? "gather" : "range");
-
-        // Without a source every partition runs.
-        child::ResetProbes();
-        outputs = transform->DoTransform(inputs, nullptr);
+        vm::TransformValues const outputs = child::ExpectStopsWhenCancelled(*transform, inputs, 2);
         EXPECT_EQ(GetProbes().calls.load(), 6);
         EXPECT_NE(Json(outputs.GetValue(Path(L"out"))).find(R"("w":)" + Doubles("1.0,2.0,3.0,4.0,5.0,6.0")),
                   std::string::npos);
     }
-}
-
-TEST(PartitionCancel, AMachineWhosePartitionIsCancelledEndsCancelled) {
-    child::ResetProbes();
-    auto vm = child::MakeVM(CancellingProgram(false), Table(c_threePartitions, c_sixValues), child::Serial());
-    vm->SetCancellationTokenSource(
-        std::shared_ptr<vm::ICancellationTokenSource>(std::shared_ptr<void>(), &GetProbes().cancel));
-    EXPECT_EQ(vm->Execute(), vm::TransformStatus::Cancelled);
-    EXPECT_EQ(GetProbes().calls.load(), 2);
+    child::ExpectMachineCancelled(CancellingProgram(false), Table(c_threePartitions, c_sixValues), 2,
+                                  child::Serial());
 }
 
 TEST(PartitionFailures, APartitionNeedsAKey) {
@@ -325,17 +283,11 @@ TEST(PartitionFailures, AResultNamedAsAnInputColumnIsRefused) {
 }
 
 TEST(PartitionFailures, AFailingChildNamesItsOwnStatement) {
-    std::string const program = std::string(c_input) + R"(out : table = GroupBy(~init.t, ~init.t.k) {
+    child::ExpectMakeFailsAt(std::string(c_input) + R"(out : table = GroupBy(~init.t, ~init.t.k) {
   out.n : array<double> = Reduce(~init.t.k) fn add() value 0.0
 }
-)";
-    try {
-        child::MakeVM(program, Table(R"(["a"])", "[1.0]"));
-        ADD_FAILURE() << "no failure";
-    } catch (core::ZelRuntimeException const& e) {
-        std::string const text = e.GetText().ToUtf8();
-        EXPECT_EQ(text.rfind("line 3, column 3: Reduce:", 0), 0u) << text;
-    }
+)",
+                             Table(R"(["a"])", "[1.0]"), "line 3, column 3: Reduce:");
 }
 
 }  // namespace

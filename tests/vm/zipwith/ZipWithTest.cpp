@@ -25,8 +25,10 @@ namespace {
 
 using core::KeyPath;
 using core::ZelError;
+using map::DoubleBuffer;
 using map::Doubles;
 using map::RowOf;
+using map::ValuesOf;
 using vm::RawDataView;
 using vm::TypedRawData;
 
@@ -36,11 +38,7 @@ KeyPath const c_c(L"c");
 
 // The transform of the first statement of `program`.
 std::unique_ptr<vm::Transform> MakeFirst(std::string const& program, vm::VMOptions const& options = {}) {
-    std::vector<core::TransformSpec> specs;
-    std::vector<core::GraphEdge> edges;
-    core::OutputKeySet outputs;
-    core::ParseVtlPayload(std::string_view(program), specs, edges, outputs);
-    return vm::MakeTransform(specs.at(0), Functions(), core::KeyPathTypeLookup(), options);
+    return MakeFirstWith(Functions(), program, options);
 }
 
 struct LengthCase {
@@ -52,7 +50,10 @@ struct LengthCase {
     long long calls;  // row calls of the probe
 };
 
-TEST(ZipWith, TheShorterColumnWinsAndOnlyTwoConstantsTakeTheShortcut) {
+// A special in one column reaches the special form with the specials of both columns, so the row
+// is special whichever column held it. A function without a special form reads the value slot of
+// a special row (0) and makes no special.
+TEST(ZipWith, TheShorterColumnWinsOnlyTwoConstantsTakeTheShortcutAndSpecialsReachTheSpecialForm) {
     // clang-format off
     for (LengthCase const& c : {
         LengthCase{"5 and 3 rows", "probe_add()", "[1.0, 2.0, 3.0, 4.0, 5.0]", "[10.0, 20.0, 30.0]",
@@ -73,6 +74,9 @@ TEST(ZipWith, TheShorterColumnWinsAndOnlyTwoConstantsTakeTheShortcut) {
                    R"({"$type":"array<double>","values":[]})", 0},
         LengthCase{"an empty constant", "probe_add()", R"({"$type":"array<double>","constant":1.0,"count":0})",
                    R"({"$type":"array<double>","constant":1.0,"count":4})", R"({"$type":"array<double>","values":[]})", 0},
+        LengthCase{"a Null in b", "add()", "[1.0, 2.0, 3.0]", "[10.0, null, 30.0]", R"({"$type":"array<double>","values":[11.0,null,33.0]})", 0},
+        LengthCase{"a Null in a", "add()", "[null, 2.0, 3.0]", "[10.0, 20.0, 30.0]", R"({"$type":"array<double>","values":[null,22.0,33.0]})", 0},
+        LengthCase{"a Null without a special form", "probe_regular()", "[1.0, 2.0, 3.0]", "[10.0, null, 30.0]", R"({"$type":"array<double>","values":[11.0,2.0,33.0]})", 0},
     }) {
         // clang-format on
         for (bool vectorized : {true, false}) {
@@ -83,33 +87,6 @@ TEST(ZipWith, TheShorterColumnWinsAndOnlyTwoConstantsTakeTheShortcut) {
                            Blocks(2, true, vectorized));
             EXPECT_EQ(Json(result), c.expected);
             EXPECT_EQ(g_probeCalls.load(), c.calls);
-        }
-    }
-}
-
-// A special in one column reaches the special form with the specials of both columns, so the row
-// is special whichever column held it. A function without a special form reads the value slot of
-// a special row (0) and makes no special.
-TEST(ZipWith, SpecialsReachTheSpecialFormAndNoneOther) {
-    struct Case {
-        std::string_view function;
-        std::string_view a;
-        std::string_view b;
-        std::string_view expected;
-    };
-    // clang-format off
-    for (Case const& c : {
-        Case{"add()", "[1.0, 2.0, 3.0]", "[10.0, null, 30.0]", R"({"$type":"array<double>","values":[11.0,null,33.0]})"},
-        Case{"add()", "[null, 2.0, 3.0]", "[10.0, 20.0, 30.0]", R"({"$type":"array<double>","values":[null,22.0,33.0]})"},
-        Case{"probe_regular()", "[1.0, 2.0, 3.0]", "[10.0, null, 30.0]", R"({"$type":"array<double>","values":[11.0,2.0,33.0]})"},
-    }) {
-        // clang-format on
-        for (bool vectorized : {true, false}) {
-            SCOPED_TRACE(std::string(c.function) + " over " + std::string(c.a) + ", " + std::string(c.b));
-            Value const result =
-                RunProgram(ZipWithProgram(std::string(c.function)), {{L"a", Parse(c.a)}, {L"b", Parse(c.b)}},
-                           Blocks(2, true, vectorized));
-            EXPECT_EQ(Json(result), c.expected);
         }
     }
 }
@@ -166,19 +143,6 @@ TEST(ZipWith, EveryRowIsExactAcrossBlocksSeriallyAndInParallel) {
     }
 }
 
-std::vector<double> ValuesOf(TypedRawData<unsigned long long> const& buffer) {
-    std::vector<double> values;
-    for (unsigned long long bits : buffer.GetValues()) {
-        values.push_back(std::bit_cast<double>(bits));
-    }
-    return values;
-}
-
-std::unique_ptr<TypedRawData<unsigned long long>> DoubleBuffer(unsigned int count) {
-    return std::make_unique<TypedRawData<unsigned long long>>(
-        core::StoreTypeInfo::Array, core::StoreTypeInfo::Double, core::StoreTypeInfo::Empty, count);
-}
-
 // The range form writes the rows of the range into a part of a larger buffer, row 0 of the view
 // taking the first row of the range; a range longer than its view is refused before a row is
 // written; an empty range does nothing.
@@ -214,16 +178,8 @@ TEST(ZipWith, TheTransformNamesItsInputsAndRunsSeveralTimesAtOnce) {
     auto const pick = MakeFirst(
         "input ~init.a : array<tuple>, ~init.b : array<bool>, ~init.i : int32\n"
         "c : array<int32> = ZipWith(~init.a, ~init.b) fn pick_int32(~init.i)\n");
-    // Paths compare with their declared types; their texts are what counts here.
-    auto const texts = [](std::vector<KeyPath> const& paths) {
-        std::vector<TStringCore> result;
-        for (KeyPath const& path : paths) {
-            result.push_back(path.ToString());
-        }
-        return result;
-    };
-    EXPECT_EQ(texts(pick->GetInputPaths()), (std::vector<TStringCore>{L"~init.a", L"~init.b", L"~init.i"}));
-    EXPECT_EQ(texts(pick->GetOutputPaths()), std::vector<TStringCore>{L"c"});
+    EXPECT_EQ(filter::Texts(pick->GetInputPaths()), "~init.a ~init.b ~init.i");
+    EXPECT_EQ(filter::Texts(pick->GetOutputPaths()), "c");
     EXPECT_EQ(pick->GetOperatorType(), core::OperatorType::ZipWith);
     EXPECT_EQ(pick->GetMetricsString(), TStringCore(L"ZipWith_pick_int32"));
     vm::TransformValues const tuples{

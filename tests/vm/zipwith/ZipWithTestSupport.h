@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "support/HostFunctionObjects.h"
+#include "support/ProgramSupport.h"
 #include "vm/filter/FilterTestSupport.h"
 #include "zel/core/functions/BuiltinFunctions.h"
 #include "zel/core/functions/FunctionLookup.h"
@@ -45,15 +46,11 @@ inline core::FunctionLookup const& Functions() {
             g_probeCalls.fetch_add(1, std::memory_order_relaxed);
             return static_cast<double>(++n);
         });
-        // A plain registration brings a special form along; keep only its regular factory.
         core::FunctionLookup scratch;
-        auto const& plain =
-            scratch.RegisterBinary(L"probe_regular", [](double a, double b) { return a + b; });
-        using Regular = core::FunctionFactory<core::IBinaryFunction<double, double, double>>;
-        using Special = core::FunctionFactory<core::IBinarySpecialFunction<double, double, double>>;
-        l->Register(core::RegisteredFunctions::Make(
-            core::FunctionKind::Binary, plain.GetKey(), plain.GetOutputType(), false, false,
-            reinterpret_cast<Regular>(plain.GetFunction()), Special{nullptr}));
+        RegisterRegularOnly<core::IBinaryFunction<double, double, double>,
+                            core::IBinarySpecialFunction<double, double, double>>(
+            *l, core::FunctionKind::Binary,
+            scratch.RegisterBinary(L"probe_regular", [](double a, double b) { return a + b; }));
         return l;
     }();
     return *lookup;
@@ -64,14 +61,7 @@ inline core::FunctionLookup const& Functions() {
 inline Value RunProgram(std::string const& program,
                         std::vector<std::pair<wchar_t const*, Value>> const& inputs,
                         vm::VMOptions const& options = {}, wchar_t const* result = L"c") {
-    core::StoreValueMap entries;
-    for (auto const& [name, value] : inputs) {
-        entries.emplace(name, value);
-    }
-    std::shared_ptr<core::IDataStore> const store = core::factory::MakeDataStore(std::move(entries));
-    auto vm = vm::VMFactory::Make(TStringCore::FromUtf8(program), store, Functions(), options);
-    EXPECT_EQ(vm->Execute(), vm::TransformStatus::Complete);
-    return vm->MaterializeDataStore()->GetValue(core::KeyPath(result));
+    return RunProgramWith(Functions(), program, inputs, options, result);
 }
 
 // `c : <outputType> = ZipWith(~init.a, ~init.b) fn <function>` over columns of the given types.
