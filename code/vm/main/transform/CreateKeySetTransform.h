@@ -40,14 +40,19 @@ public:
         auto map = core::MakeKeySetMap<K, V>(keyPtr->GetValueTypeInfo());
         map->reserve(keyCount);
         auto specialMap = std::make_unique<core::KeySetSpecialMap<V>>();
-        auto const valuesIter = valueArray.GetValues();
-        auto iter = valuesIter.begin();
         if (!keyArray.HasSpecialValues()) {
-            for (K const& key : keyArray.GetValues()) {
-                core::InsertUnique(*map, key, *iter);
-                ++iter;
+            // Both columns as plain runs of values (their own memory when flat), so that the loop
+            // is the inserts alone.
+            std::vector<K> keyScratch;
+            std::vector<V> valueScratch;
+            K const* const keys = keyArray.GetValuesBlock(keyScratch, 0, keyCount).data();
+            V const* const values = valueArray.GetValuesBlock(valueScratch, 0, keyCount).data();
+            for (unsigned int row = 0; row < keyCount; ++row) {
+                core::InsertUnique(*map, keys[row], values[row]);
             }
         } else {
+            auto const valuesIter = valueArray.GetValues();
+            auto iter = valuesIter.begin();
             for (auto const& [key, special] : keyArray.GetValuesAndSpecials()) {
                 if (special != core::SpecialKind::None) {
                     core::InsertUnique(*specialMap, special, *iter);

@@ -20,6 +20,7 @@
 #include <vector>
 
 #include <boost/container_hash/hash.hpp>
+#include <boost/unordered/unordered_flat_map.hpp>
 #include <boost/unordered/unordered_map.hpp>
 
 #include "zel/core/store/Collation.h"
@@ -54,9 +55,12 @@ struct KeySetKeyTraits<std::shared_ptr<StoreValue>> {
     static Equal MakeEqual(Collation const&) { return Equal(); }
 };
 
+// Open addressing with the entries in one array: a lookup is one probe of a cache line or two, not
+// a walk to a node per key. A key set is built once and never changed after, so that entries that
+// move while the map grows are no concern; Find's pointers stay valid for the value's life.
 template <class K, class V>
-using KeySetMap = boost::unordered::unordered_map<K, V, typename KeySetKeyTraits<K>::Hash,
-                                                  typename KeySetKeyTraits<K>::Equal>;
+using KeySetMap = boost::unordered_flat_map<K, V, typename KeySetKeyTraits<K>::Hash,
+                                            typename KeySetKeyTraits<K>::Equal>;
 template <class V>
 using KeySetSpecialMap = boost::unordered::unordered_map<SpecialKind, V>;
 
