@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "support/CheckFailure.h"
+#include "support/LogCapture.h"
 #include "zel/core/utility/ZelCheck.h"
 #include "zel/core/utility/ZelLog.h"
 
@@ -105,18 +106,15 @@ TEST(Exceptions, WhatNamesTheCodeAndTheText) {
 }
 
 TEST(DebugReport, DefaultHandlerWritesOneErrorLineAndScopedHandlersNest) {
-    std::vector<std::pair<ZelLogLevel, TStringCore>> lines;
-    auto previous = GetZelLogger().SetSink(
-        [&](ZelLogLevel level, TStringCore const& text) { lines.emplace_back(level, text); });
-    EXPECT_THROW(ZEL_CHECK(1 > 2, ZelError::DuplicateKey), ZelRuntimeException);
-    PerformZelDebugReport("a/b.cpp", 7, "", ZelError::FunctionMissing, "no such function");
-    GetZelLogger().SetSink(std::move(previous));
-    ASSERT_EQ(lines.size(), 2u);
-    EXPECT_EQ(lines[0].first, ZelLogLevel::Error);
-    std::string const first = lines[0].second.ToUtf8();
-    EXPECT_NE(first.find("tests/core/FailureTest.cpp:"), std::string::npos) << first;
-    EXPECT_NE(first.find("(1 > 2) failed, error 111 (DuplicateKey)"), std::string::npos) << first;
-    EXPECT_EQ(lines[1].second, L"debug report: a/b.cpp:7: error 123 (FunctionMissing): no such function");
+    {
+        zel::test::LogCapture capture;
+        EXPECT_THROW(ZEL_CHECK(1 > 2, ZelError::DuplicateKey), ZelRuntimeException);
+        PerformZelDebugReport("a/b.cpp", 7, "", ZelError::FunctionMissing, "no such function");
+        EXPECT_EQ(capture.Count("error", "tests/core/FailureTest.cpp:"), 1u) << capture.Text();
+        EXPECT_EQ(capture.Count("error", "(1 > 2) failed, error 111 (DuplicateKey)"), 1u) << capture.Text();
+        EXPECT_TRUE(capture.Text().ends_with(
+            "\n[error] debug report: a/b.cpp:7: error 123 (FunctionMissing): no such function\n"));
+    }
 
     int outer = 0;
     int inner = 0;
