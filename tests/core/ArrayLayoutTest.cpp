@@ -100,7 +100,7 @@ void ExpectLayoutsAgree(StoreTypeInfo const& type, Content<T> const& content) {
     }
 }
 
-TEST(ArrayLayouts, IntegersWithAndWithoutSpecials) {
+TEST(ArrayLayouts, EveryKindOfContentReadsAlikeInEveryLayout) {
     Content<unsigned int> plain{{5, 5, 5, 7, 7, 1, 5, 0xFFFFFFFFu}, {}};
     ExpectLayoutsAgree(StoreTypeInfo::Int32, plain);
 
@@ -113,17 +113,14 @@ TEST(ArrayLayouts, IntegersWithAndWithoutSpecials) {
     // Kinds beyond the named ones pass through unchanged.
     Content<unsigned char> oddKinds{{1, 0, 0}, {SpecialKind::None, SpecialKind{200}, SpecialKind{200}}};
     ExpectLayoutsAgree(StoreTypeInfo::Bool, oddKinds);
-}
 
-TEST(ArrayLayouts, ConstantContentInEveryLayout) {
+    // Constant content, which also takes the constant layout.
     ExpectLayoutsAgree(StoreTypeInfo::Int64, Content<Bits>{{42, 42, 42, 42}, {}});
     ExpectLayoutsAgree(
         StoreTypeInfo::Double,
         Content<Bits>{{0, 0, 0}, {SpecialKind::Error, SpecialKind::Error, SpecialKind::Error}});
     ExpectLayoutsAgree(StoreTypeInfo::Int64, Content<Bits>{{9}, {}});
-}
 
-TEST(ArrayLayouts, StringsAndObjects) {
     Content<RIndirectString> strings{{L"b", L"b", L"a", L"", L"a", L"c"},
                                      {SpecialKind::None, SpecialKind::None, SpecialKind::None,
                                       SpecialKind::Null, SpecialKind::None, SpecialKind::None}};

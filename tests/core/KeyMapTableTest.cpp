@@ -103,21 +103,20 @@ TEST(TableTest, ColumnsAreMembersOfOneLength) {
     EXPECT_EQ(Table({})->AsTable().GetRowCount(), 0u);
     EXPECT_EQ(SerializeValue(*Table({{L"a", Int32Array({1, 2})}})), L"table{a: [1, 2]}");
 
-    ExpectRuntimeError(
-        [] {
-            Table({{L"a", Int32Array({1, 2})}, {L"b", Int32Array({1})}});
-        },
-        ZelError::CreateTableRowCountMismatch, "\"b\" has 1 rows but column \"a\" has 2");
-    ExpectRuntimeError(
-        [] {
-            Table({{L"a", Int32Array({1})}, {L"flag", factory::MakeBool(true)}});
-        },
-        ZelError::CreateTableInputInvalid, "\"flag\" is a bool");
-    ExpectRuntimeError(
-        [] {
-            Table({{L"a", nullptr}});
-        },
-        ZelError::CreateTableInputInvalid, "\"a\" has no value");
+    struct Case {
+        core::StoreValueMap columns;
+        ZelError error;
+        char const* text;
+    };
+    for (Case const& c : {Case{{{L"a", Int32Array({1, 2})}, {L"b", Int32Array({1})}},
+                               ZelError::CreateTableRowCountMismatch,
+                               "\"b\" has 1 rows but column \"a\" has 2"},
+                          Case{{{L"a", Int32Array({1})}, {L"flag", factory::MakeBool(true)}},
+                               ZelError::CreateTableInputInvalid,
+                               "\"flag\" is a bool"},
+                          Case{{{L"a", nullptr}}, ZelError::CreateTableInputInvalid, "\"a\" has no value"}}) {
+        ExpectRuntimeError([&] { factory::MakeTable(core::StoreValueMap(c.columns)); }, c.error, c.text);
+    }
 }
 
 TEST(TableTest, GatherRowsMovesEveryColumnInRowOrder) {

@@ -2,14 +2,13 @@
 
 #include <vector>
 
+#include "support/LogCapture.h"
 #include "zel/core/utility/ZelLog.h"
 
 using namespace zel::core;
 
 TEST(Log, ThresholdDefaultsToWarningAndFiltersBothTestAndWrite) {
-    std::vector<std::pair<ZelLogLevel, TStringCore>> lines;
-    auto previous = GetZelLogger().SetSink(
-        [&](ZelLogLevel level, TStringCore const& text) { lines.emplace_back(level, text); });
+    zel::test::LogCapture capture;
     EXPECT_EQ(GetZelLogger().GetThreshold(), ZelLogLevel::Warning);
     EXPECT_TRUE(GetZelLogger().AcceptsLogLevel(ZelLogLevel::Error));
     EXPECT_TRUE(GetZelLogger().AcceptsLogLevel(static_cast<ZelLogLevel>(1)));
@@ -22,11 +21,7 @@ TEST(Log, ThresholdDefaultsToWarningAndFiltersBothTestAndWrite) {
     GetZelLogger().SetThreshold(ZelLogLevel::Error);
     ZelLog(ZelLogLevel::Warning, L"dropped again");
     GetZelLogger().SetThreshold(ZelLogLevel::Warning);
-    GetZelLogger().SetSink(std::move(previous));
-
-    ASSERT_EQ(lines.size(), 2u);
-    EXPECT_EQ(lines[0], std::make_pair(ZelLogLevel::Warning, TStringCore(L"kept")));
-    EXPECT_EQ(lines[1], std::make_pair(ZelLogLevel::Trace, TStringCore(L"now kept")));
+    EXPECT_EQ(capture.Text(), "[warning] kept\n[trace] now kept\n");
 }
 
 TEST(Log, SinkMayLogFromInsideItself) {

@@ -19,10 +19,6 @@ using core::SpecialKind;
 using core::StoreType;
 using core::ZelError;
 
-constexpr SpecialKind None = SpecialKind::None;
-constexpr SpecialKind Null = SpecialKind::Null;
-constexpr SpecialKind Error = SpecialKind::Error;
-
 template <class A, class B, class C>
 core::ZelFunctions<A, B, C> BindBinary(core::FunctionLookup const& lookup, wchar_t const* name,
                                        StoreType first, StoreType second) {

@@ -14,6 +14,10 @@
 
 namespace zel::test {
 
+inline constexpr core::SpecialKind None = core::SpecialKind::None;
+inline constexpr core::SpecialKind Null = core::SpecialKind::Null;
+inline constexpr core::SpecialKind Error = core::SpecialKind::Error;
+
 inline core::KeySegmentType Type(core::StoreType type) {
     return core::KeySegmentType(core::StoreTypeInfo(type, false));
 }

@@ -20,10 +20,6 @@ using core::SpecialKind;
 using core::StoreType;
 using core::ZelError;
 
-constexpr SpecialKind None = SpecialKind::None;
-constexpr SpecialKind Null = SpecialKind::Null;
-constexpr SpecialKind Error = SpecialKind::Error;
-
 template <class In, class Out>
 core::ZelFunctions<In, Out> BindUnary(core::FunctionLookup const& lookup, wchar_t const* name,
                                       StoreType input) {

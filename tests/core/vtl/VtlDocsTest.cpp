@@ -1,39 +1,14 @@
 // The examples of docs/vtl.md are programs that parse, and together they use every operator.
 
-#include <filesystem>
-#include <fstream>
 #include <set>
-#include <sstream>
 
 #include "VtlTestSupport.h"
+#include "support/DocsPage.h"
 
 namespace zel::test {
 namespace {
 
 using core::OperatorType;
-
-// The page, found from the working directory of the test upwards (the build tree lies inside the
-// source tree) or from this source file's own path.
-std::string ReadVtlPage() {
-    std::vector<std::filesystem::path> starts = {std::filesystem::current_path(),
-                                                 std::filesystem::path(__FILE__).parent_path()};
-    for (auto dir : starts) {
-        for (; !dir.empty(); dir = dir.parent_path()) {
-            auto const page = dir / "docs" / "vtl.md";
-            if (std::filesystem::exists(page) && std::filesystem::exists(dir / "tests" / "core" / "vtl")) {
-                std::ifstream in(page);
-                std::stringstream text;
-                text << in.rdbuf();
-                return text.str();
-            }
-            if (dir == dir.parent_path()) {
-                break;
-            }
-        }
-    }
-    ADD_FAILURE() << "docs/vtl.md not found";
-    return {};
-}
 
 std::vector<std::string> VtlBlocks(std::string const& page) {
     std::vector<std::string> blocks;
@@ -55,7 +30,9 @@ void CollectOperators(std::vector<core::TransformSpec> const& specs, std::set<Op
 }
 
 TEST(VtlDocsTest, EveryExampleParsesAndPrintsBackAndAllOperatorsAppear) {
-    auto const blocks = VtlBlocks(ReadVtlPage());
+    auto const page = FindDocsPage("vtl.md", __FILE__);
+    ASSERT_FALSE(page.empty()) << "docs/vtl.md not found";
+    auto const blocks = VtlBlocks(ReadTextFile(page));
     ASSERT_GE(blocks.size(), 20u);
     std::set<OperatorType> seen;
     for (auto const& block : blocks) {

@@ -39,10 +39,7 @@ bool Serves(core::RegisteredFunctions const& entry, InstanceRow const& row) {
     if (ValueClassOf(entry.GetOutputType().GetMainType().GetStoreType()) != row.output) {
         return false;
     }
-    if (row.op == "SetValue") {
-        return !entry.IsCreator() && entry.HasFunction();
-    }
-    if (row.registry == Registry::Multinary) {
+    if (row.op == "SetValue" || row.registry == Registry::Multinary) {
         return !entry.IsCreator() && entry.HasFunction();
     }
     return true;
@@ -72,7 +69,10 @@ std::string Describe(InstanceRow const& row) {
     return text.str();
 }
 
-TEST(BuiltinCoverage, TablesHoldEveryInstanceOnce) {
+// Each table holds its instances once, and a built-in serves each of them; for unary and binary
+// instances, the lookup (which gives the output type) and the registry (which gives the code) name
+// the same function for the same key.
+TEST(BuiltinCoverage, EveryInstanceIsListedOnceAndServedByABuiltin) {
     struct Table {
         char const* name;
         std::vector<InstanceRow> rows;
@@ -84,30 +84,16 @@ TEST(BuiltinCoverage, TablesHoldEveryInstanceOnce) {
           Table{"SetValue", SetValueInstances(), 14}, Table{"SetValueMulti", SetValueMultiInstances(), 7}}) {
         EXPECT_EQ(rows.size(), count) << name;
         std::set<std::pair<std::vector<core::StoreType>, ValueClass>> distinct;
-        for (auto const& row : rows) {
-            EXPECT_TRUE(distinct.insert({row.inputs, row.output}).second) << "twice: " << Describe(row);
-        }
-    }
-}
-
-TEST(BuiltinCoverage, EveryInstanceIsServedByABuiltin) {
-    std::size_t served = 0;
-    std::size_t total = 0;
-    for (auto const& rows : {MapInstances(), FilterInstances(), AggregateInstances(), ZipWithInstances(),
-                             SetValueInstances(), SetValueMultiInstances()}) {
         for (InstanceRow const& row : rows) {
-            ++total;
+            EXPECT_TRUE(distinct.insert({row.inputs, row.output}).second) << "twice: " << Describe(row);
             auto const names = ServingFunctions(row);
             if (names.empty()) {
                 ADD_FAILURE() << "no built-in serves " << Describe(row);
                 continue;
             }
-            ++served;
             if (row.registry == Registry::Multinary) {
                 continue;
             }
-            // The machine finds the output type through the lookup, then the code through the
-            // registry: both must name the same function for the same key.
             core::FunctionKey const key(TStringCore::FromUtf8(names.front()), KeyOf(row));
             core::FunctionInfo const& info = Builtins().GetFunctionInfo(key.GetName(), key.GetInputTypes());
             EXPECT_EQ(ValueClassOf(info.GetOutputType()), row.output)
@@ -116,8 +102,6 @@ TEST(BuiltinCoverage, EveryInstanceIsServedByABuiltin) {
                 << names.front() << " for " << Describe(row);
         }
     }
-    EXPECT_EQ(served, total);
-    EXPECT_EQ(total, 118u);
 }
 
 // One name with one list of input types has one output type, whichever registry holds it, so that

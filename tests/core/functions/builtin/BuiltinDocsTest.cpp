@@ -7,11 +7,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 
+#include "support/DocsPage.h"
 #include "zel/core/functions/BuiltinFunctions.h"
 
 namespace zel::test::builtin {
@@ -20,31 +19,10 @@ namespace {
 constexpr char c_begin[] = "<!-- BEGIN GENERATED: PrintBuiltinFunctions() -->\n```text\n";
 constexpr char c_end[] = "```\n<!-- END GENERATED -->";
 
-// The page, found from the working directory upwards (tests run inside the build tree).
-std::filesystem::path FindFunctionsPage() {
-    for (auto dir = std::filesystem::current_path(); !dir.empty(); dir = dir.parent_path()) {
-        auto const path = dir / "docs" / "functions.md";
-        if (std::filesystem::exists(path)) {
-            return path;
-        }
-        if (dir == dir.parent_path()) {
-            break;
-        }
-    }
-    return {};
-}
-
-std::string ReadFile(std::filesystem::path const& path) {
-    std::ifstream in(path);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
 TEST(BuiltinDocs, PageListsExactlyTheRegisteredFunctions) {
-    auto const path = FindFunctionsPage();
+    auto const path = FindDocsPage("functions.md", __FILE__);
     ASSERT_FALSE(path.empty()) << "docs/functions.md not found above " << std::filesystem::current_path();
-    std::string const page = ReadFile(path);
+    std::string const page = ReadTextFile(path);
     auto const begin = page.find(c_begin);
     auto const end = page.find(c_end);
     ASSERT_NE(begin, std::string::npos);

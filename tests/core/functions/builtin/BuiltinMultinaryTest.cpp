@@ -9,6 +9,7 @@
 
 #include "core/functions/builtin/BuiltinTestSupport.h"
 #include "support/CheckFailure.h"
+#include "support/LogCapture.h"
 #include "zel/core/store/ArrayFactory.h"
 #include "zel/core/store/StoreValueUtil.h"
 #include "zel/core/utility/ZelLog.h"
@@ -94,14 +95,9 @@ TEST(BuiltinMultinary, ScalarsOfTypedArguments) {
 }
 
 TEST(BuiltinOutput, LogWritesOneLineAtInfo) {
-    std::vector<std::string> lines;
+    LogCapture capture;
     auto& logger = core::GetZelLogger();
     auto const threshold = logger.GetThreshold();
-    auto previous = logger.SetSink([&](core::ZelLogLevel level, TStringCore const& text) {
-        if (level == core::ZelLogLevel::Info) {
-            lines.push_back(text.ToUtf8());
-        }
-    });
     logger.SetThreshold(core::ZelLogLevel::Info);
     auto many = std::make_unique<std::vector<unsigned long long>>(12);
     for (unsigned i = 0; i < many->size(); ++i) {
@@ -112,10 +108,8 @@ TEST(BuiltinOutput, LogWritesOneLineAtInfo) {
                     core::factory::MakeArray<unsigned long long>(StoreTypeInfo::Int64, std::move(many))));
     logger.SetThreshold(core::ZelLogLevel::Warning);
     Call<void>(L"log", Args(f::MakeString(L"quiet")));
-    logger.SetSink(std::move(previous));
     logger.SetThreshold(threshold);
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines[0], "sum 1.5 null [0, 1, 2, 3, 4, 5, 6, 7, 8, 9] (12 elements)");
+    EXPECT_EQ(capture.Text(), "[info] sum 1.5 null [0, 1, 2, 3, 4, 5, 6, 7, 8, 9] (12 elements)\n");
 }
 
 }  // namespace
