@@ -219,8 +219,11 @@ bool IsTruthy(std::shared_ptr<StoreValue> const& value) noexcept;
 template <StorageElement K, StorageElement V>
 KeySetValue<K, V> const& GetKeySet(std::shared_ptr<StoreValue> const& value, char const* function) {
     static_assert(std::is_final_v<KeySetValue<K, V>>);
-    if (value && typeid(*value) == typeid(KeySetValue<K, V>)) {
-        return static_cast<KeySetValue<K, V> const&>(*value);
+    if (value) {
+        StoreValue const& held = *value;  // typeid of a plain reference: no call inside typeid
+        if (typeid(held) == typeid(KeySetValue<K, V>)) {
+            return static_cast<KeySetValue<K, V> const&>(held);
+        }
     }
     ThrowNotKeySet(function, StorageTraits<K>::c_storageType, StorageTraits<V>::c_storageType);
 }
