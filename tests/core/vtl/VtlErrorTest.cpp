@@ -181,7 +181,7 @@ TEST(VtlErrorTextTest, ShowsTheLineWithACaretAndClipsLongLines) {
 }
 
 // Each statement, a child too, keeps its place for the failures of the machine; the place is not
-// part of the spec's value.
+// part of the TransformSpec's value.
 TEST(VtlErrorTextTest, StatementsKeepTheirPlace) {
     VtlProgram const program = ParseVtl(
         "input ~init.a : array<int32>\n\n  b = Case(~init.a) {\n"

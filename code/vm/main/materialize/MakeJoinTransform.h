@@ -8,7 +8,7 @@
 
 namespace zel::vm {
 
-// The hash joins on the spec's column pairs and output; a left outer join pads with Null.
+// The hash joins on the statement's column pairs and output; a left outer join pads with Null.
 std::unique_ptr<Transform> MakeInnerJoinTransform(OpInnerJoinSpec const& spec);
 std::unique_ptr<Transform> MakeLeftOuterJoinTransform(OpLeftOuterJoinSpec const& spec);
 

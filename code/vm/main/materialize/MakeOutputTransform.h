@@ -9,10 +9,10 @@
 
 namespace zel::vm {
 
-// An Output: the multinary function of the spec's name for the types of its arguments, which must
-// return nothing. A creator is refused (FunctionKindMismatch), and so is an entry with an output
-// type (FunctionTypeMismatch), both with the function's name as text. The arguments are copied
-// from the spec and read again on every run.
+// An Output: the multinary function that the statement names, for the types of its arguments,
+// which must return nothing. A creator is refused (FunctionKindMismatch), and so is an entry with
+// an output type (FunctionTypeMismatch), both with the function's name as text. The arguments are
+// copied from the statement and read again on every run.
 std::unique_ptr<OutputTransform> MakeOutputTransform(OpOutputSpec const& spec,
                                                      core::IFunctionLookup const& functions,
                                                      core::ITypeLookup const& types);

@@ -9,10 +9,10 @@
 
 namespace zel::vm {
 
-// A SetValueMulti: the multinary function of the spec's name for the types of its arguments, in
-// the instance of its output type. A creator is refused (FunctionKindMismatch), and so is an
-// entry whose output type the instance does not serve (FunctionTypeMismatch), both with the
-// function's name as text.
+// A SetValueMulti: the multinary function that the statement names, for the types of its
+// arguments, in the instance of its output type. A creator is refused (FunctionKindMismatch),
+// and so is an entry whose output type the instance does not serve (FunctionTypeMismatch), both
+// with the function's name as text.
 std::unique_ptr<Transform> MakeSetValueMultiTransform(OpSetValueMultiSpec const& spec,
                                                       core::IFunctionLookup const& functions,
                                                       core::ITypeLookup const& types);

@@ -1,7 +1,7 @@
 #pragma once
 
 // A failure of one statement of a program, told in the program's terms: where the statement
-// stands ("line L, column C:" and the line with a caret, when the spec was read from a program),
+// stands ("line L, column C:" and the line with a caret, when it was read from a program),
 // its operator, and one sentence on what is wrong, with the text of the failure beside it. The
 // exception keeps its kind and its code, so that a host that catches by code sees no change, and
 // the check that failed has made its one debug report already.

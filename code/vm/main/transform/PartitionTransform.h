@@ -36,7 +36,7 @@
 
 namespace zel::vm {
 
-// A child of the per-partition program: its transform and the spec it was made from.
+// A child of the per-partition program: its transform and the TransformSpec it was made from.
 struct PartitionChild {
     std::unique_ptr<Transform> transform;
     core::TransformSpec spec;

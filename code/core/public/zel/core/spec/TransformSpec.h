@@ -51,7 +51,7 @@ public:
     std::vector<TransformSpec> const& GetChildTransforms() const noexcept { return m_children; }
 
     // Where the statement stands in the program it was read from; null for a spec built in code.
-    // Not part of the spec's value: copies share it, and equality ignores it.
+    // Not part of the TransformSpec's value: copies share it, and equality ignores it.
     std::shared_ptr<StatementSource const> const& GetSource() const noexcept { return m_source; }
     void SetSource(std::shared_ptr<StatementSource const> source) noexcept { m_source = std::move(source); }
 

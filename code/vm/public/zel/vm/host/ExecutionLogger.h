@@ -45,7 +45,7 @@ public:
     // After it ran: its outputs.
     void ExecutionResult(core::TransformSpec const& spec, core::IDataStore* store);
     // Enters a block whose inputs are known inside it under `localPaths` (one for each of the
-    // first inputs of the spec; more paths than inputs is std::out_of_range).
+    // first inputs of the TransformSpec; more paths than inputs is std::out_of_range).
     void StartBlock(core::TransformSpec const& spec, std::vector<core::KeyPath> const& localPaths,
                     core::IDataStore* store);
     void EndBlock();
