@@ -10,6 +10,7 @@
 #include "zel/core/io/StoreValueParser.h"
 #include "zel/core/store/ArrayFactory.h"
 #include "zel/core/store/KeySet.h"
+#include "zel/core/store/StringArena.h"
 #include "zel/core/store/StoreValueFactory.h"
 #include "zel/core/store/StoreValueUtil.h"
 #include "zel/core/utility/ZelException.h"
@@ -241,7 +242,7 @@ private:
     template <class T>
     void ReadScalar(StoreTypeInfo const& type, T& out) {
         if constexpr (std::is_same_v<T, RIndirectString>) {
-            out = RIndirectString(ReadText(m.ReadUInt32("string length"), "string"));
+            out = RIndirectString(ReadText(m.ReadUInt32("string length"), "string").view());
         } else if constexpr (std::is_same_v<T, unsigned char>) {
             std::size_t const at = m.GetOffset();
             out = m.ReadUInt8("bool");
@@ -323,7 +324,7 @@ private:
                              "string offsets go backwards or past the bytes at element " + std::to_string(i));
                 }
                 try {
-                    values->emplace_back(TextOfUtf8(
+                    values->push_back(StringOfUtf8(
                         std::string_view(reinterpret_cast<char const*>(bytes.data()) + begin, end - begin)));
                 } catch (TStringEncodingException const& e) {
                     m.FailAt(bytesAt + begin + e.GetOffset(),
@@ -594,6 +595,9 @@ private:
 
 std::shared_ptr<StoreValue> ReadBinaryRoot(BinaryProtocolReader& reader,
                                            StoreValueParser::ReadOptions const& options) {
+    // The strings of the store are packed into one arena's chunks.
+    StringArena strings;
+    StringArena::Scope const stringScope(strings);
     return BinaryReader(reader, options).ReadStore();
 }
 

@@ -19,6 +19,7 @@
 #include "zel/core/io/StoreValueParser.h"
 #include "zel/core/store/ArrayFactory.h"
 #include "zel/core/store/KeySet.h"
+#include "zel/core/store/StringArena.h"
 #include "zel/core/store/StoreValueFactory.h"
 #include "zel/core/store/StoreValueUtil.h"
 #include "zel/core/utility/ZelException.h"
@@ -210,7 +211,10 @@ public:
         }
     }
 
+    // The strings of the document are packed into one arena's chunks.
     ValuePtr Read(bool root) {
+        StringArena strings;
+        StringArena::Scope const stringScope(strings);
         dom::element document;
         if (auto const error = m_parser.parse(m_text).get(document)) {
             FailDocument(error);
@@ -309,6 +313,14 @@ private:
     TStringCore Text(std::string_view utf8, std::optional<std::size_t> element = {}) {
         try {
             return TextOfUtf8(utf8);
+        } catch (TStringEncodingException const&) {
+            Fail("text that is not UTF-8", element);
+        }
+    }
+
+    RIndirectString String(std::string_view utf8, std::optional<std::size_t> element) {
+        try {
+            return StringOfUtf8(utf8);
         } catch (TStringEncodingException const&) {
             Fail("text that is not UTF-8", element);
         }
@@ -732,8 +744,7 @@ private:
             if constexpr (std::is_same_v<T, unsigned char>) {
                 out = Get<bool>(value.get_bool(), "true or false", index) ? 1 : 0;
             } else if constexpr (std::is_same_v<T, RIndirectString>) {
-                out = RIndirectString(
-                    Text(Get<std::string_view>(value.get_string(), "a string", index), index));
+                out = String(Get<std::string_view>(value.get_string(), "a string", index), index);
             } else {
                 out = ParseNumberElement<T>(value, jsonType, type, index);
             }

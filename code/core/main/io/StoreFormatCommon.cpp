@@ -1,5 +1,7 @@
 #include "io/StoreFormatCommon.h"
 
+#include <algorithm>
+
 #include "zel/core/store/Collation.h"
 #include "zel/core/store/IStoreKeyMap.h"
 #include "zel/core/store/IStoreTuple.h"
@@ -35,15 +37,33 @@ void WriterPath::Fail(std::string const& what) const {
     ThrowFormatError(std::string(m_writerName) + ": " + what + " at " + (path.empty() ? "the root" : path));
 }
 
-TStringCore TextOfUtf8(std::string_view utf8) {
+namespace {
+
+bool IsAscii(std::string_view utf8) noexcept {
     unsigned char high = 0;
     for (char const c : utf8) {
         high |= static_cast<unsigned char>(c);
     }
-    if (high < 0x80) {
-        return TStringCore(std::wstring(utf8.begin(), utf8.end()));
+    return high < 0x80;
+}
+
+}  // namespace
+
+TStringCore TextOfUtf8(std::string_view utf8) {
+    if (IsAscii(utf8)) {
+        return TStringCore(TStringCore::Text(utf8.begin(), utf8.end()));
     }
     return TStringCore::FromUtf8(utf8);
+}
+
+RIndirectString StringOfUtf8(std::string_view utf8) {
+    if (!IsAscii(utf8)) {
+        return RIndirectString(TStringCore::FromUtf8(utf8));
+    }
+    wchar_t* characters = nullptr;
+    RIndirectString text = RIndirectString::MakeWritable(utf8.size(), characters);
+    std::copy(utf8.begin(), utf8.end(), characters);
+    return text;
 }
 
 namespace {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "store/array/ArrayValue.h"
+#include "zel/core/store/RIndirectString.h"
 #include "zel/core/store/StoreTypeDispatcher.h"
 #include "zel/core/store/StoreTypeInfo.h"
 #include "zel/core/store/StoreValue.h"
@@ -53,6 +54,8 @@ private:
 // The text of UTF-8 bytes; TStringEncodingException with the offset when they are no UTF-8. ASCII,
 // the common case of store strings, is widened without decoding.
 TStringCore TextOfUtf8(std::string_view utf8);
+// The same as a string handle, made in this thread's current string arena when one is open.
+RIndirectString StringOfUtf8(std::string_view utf8);
 
 // A parsed type text: "int32", "string(nocase)", "array<array<double>>", "keyset<string,int64>",
 // "none". Each node is a type and its arguments: the element type of an array or set (whose own

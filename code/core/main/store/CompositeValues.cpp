@@ -37,8 +37,8 @@ std::vector<Entry const*> SortedEntries(StoreValueMap const& entries) {
 }
 
 std::size_t HeapTextBytes(TStringCore const& text) {
-    std::size_t const capacity = text.str().capacity();
-    return capacity > std::wstring().capacity() ? (capacity + 1) * sizeof(wchar_t) : 0;
+    std::size_t const capacity = text.capacity();
+    return capacity > TStringCore().capacity() ? (capacity + 1) * sizeof(wchar_t) : 0;
 }
 
 }  // namespace

@@ -34,15 +34,9 @@ bool MemoryUsageBuilder::AddString(RIndirectString const& text) {
     if (text.IsEmpty()) {
         return false;
     }
-    // The handle's block holds one TStringCore, whose characters live in a heap buffer of their own
-    // once they outgrow the inline buffer of std::wstring.
-    TStringCore const& core = text.Get();
-    std::size_t bytes = sizeof(TStringCore) + 2 * sizeof(void*);  // text and reference count
-    std::size_t const capacity = core.str().capacity();
-    if (capacity > std::wstring().capacity()) {
-        bytes += (capacity + 1) * sizeof(wchar_t);
-    }
-    return AddBlock(&core, bytes);
+    // A text lives in a chunk that it may share with the other texts of its column: the chunk is
+    // counted once, whole.
+    return AddBlock(text.GetStorageIdentity(), text.GetStorageBytes());
 }
 
 std::unique_ptr<MemoryUsage> MemoryUsageBuilder::Build() {

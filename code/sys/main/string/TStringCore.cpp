@@ -75,7 +75,7 @@ TStringCore& TStringCore::replace(wchar_t before, wchar_t after, CaseSensitivity
 }
 
 TStringCore TStringCore::FromUtf8(std::string_view utf8) {
-    std::wstring out;
+    Text out;
     out.reserve(utf8.size());
     auto const* bytes = reinterpret_cast<uint8_t const*>(utf8.data());
     int32_t const length = static_cast<int32_t>(utf8.size());

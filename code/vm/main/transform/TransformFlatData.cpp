@@ -181,6 +181,8 @@ template <class T>
 void TransformFlatData<T>::TransformRowByRow(ITypedArray<T> const& inputArray, RawDataView& rawDataView,
                                              unsigned int rangeStartIndex, unsigned int rangeLength,
                                              bool useSpecial) const {
+    core::StringArena arena;
+    core::StringArena::Scope const arenaScope(arena);
     auto const transformRow = [&](unsigned int row) {
         unsigned int const inputRow = rangeStartIndex + row;
         if (useSpecial) {

@@ -165,6 +165,7 @@ private:
               m_count(count) {}
 
         bool Run(unsigned int threadIndex) override {
+            core::StringArena::Scope const arena(m_firstScratch.arenas[threadIndex]);
             ArrayView<StorageA const> const first =
                 m_first.GetValuesBlock(m_firstScratch.values.at(threadIndex), m_inputRow, m_count);
             ArrayView<StorageB const> const second =
@@ -278,6 +279,8 @@ private:
                        core::ITypedArray<StorageB> const& second, RawDataView& view,
                        unsigned int rangeStartIndex, unsigned int rangeLength) const {
         bool const special = run.IsSpecial();
+        core::StringArena arena;
+        core::StringArena::Scope const arenaScope(arena);
         for (unsigned int row = 0; row < rangeLength; ++row) {
             unsigned int const inputRow = rangeStartIndex + row;
             // The regular form reads no specials.

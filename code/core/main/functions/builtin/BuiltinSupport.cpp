@@ -4,6 +4,7 @@
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cwctype>
 #include <string>
@@ -38,12 +39,14 @@ icu::UnicodeString ToIcu(std::wstring_view text) {
 }
 
 RIndirectString FromIcu(icu::UnicodeString const& text) {
-    std::wstring wide(static_cast<std::size_t>(text.countChar32()), L'\0');
-    UErrorCode status = U_ZERO_ERROR;
-    int32_t const length =
-        text.toUTF32(reinterpret_cast<UChar32*>(wide.data()), static_cast<int32_t>(wide.size()), status);
-    wide.resize(static_cast<std::size_t>(length));
-    return RIndirectString(TStringCore(std::move(wide)));
+    int32_t const length = text.countChar32();
+    wchar_t* characters = nullptr;
+    RIndirectString result = RIndirectString::MakeWritable(static_cast<std::size_t>(length), characters);
+    if (length > 0) {
+        UErrorCode status = U_ZERO_ERROR;
+        text.toUTF32(reinterpret_cast<UChar32*>(characters), length, status);
+    }
+    return result;
 }
 
 std::wstring_view TrimView(std::wstring_view text) noexcept {
@@ -71,7 +74,10 @@ std::optional<std::string> AsciiOf(std::wstring_view text) {
 }
 
 RIndirectString FromAscii(std::string_view text) {
-    return RIndirectString(TStringCore(std::wstring(text.begin(), text.end())));
+    wchar_t* characters = nullptr;
+    RIndirectString result = RIndirectString::MakeWritable(text.size(), characters);
+    std::copy(text.begin(), text.end(), characters);
+    return result;
 }
 
 template <class T>
@@ -91,26 +97,27 @@ namespace {
 // Returns nullopt when the text holds a character outside ASCII.
 std::optional<RIndirectString> MapAsciiCase(RIndirectString const& text, wchar_t from, wchar_t to) {
     std::wstring_view const view = text.View();
-    std::size_t first = view.size();
-    for (std::size_t i = 0; i < view.size(); ++i) {
-        wchar_t const c = view[i];
-        if (c < 0 || c > 0x7F) {
-            return std::nullopt;
-        }
-        if (first == view.size() && c >= from && c <= from + 25) {
-            first = i;
-        }
+    // Branch-free tests over the whole text: short texts of random letters defeat prediction.
+    std::uint32_t high = 0;
+    bool changes = false;
+    for (wchar_t const c : view) {
+        auto const code = static_cast<std::uint32_t>(c);
+        high |= code;
+        changes |= code - static_cast<std::uint32_t>(from) < 26;
     }
-    if (first == view.size()) {
+    if (high > 0x7F) {
+        return std::nullopt;
+    }
+    if (!changes) {
         return text;
     }
-    std::wstring mapped(view);
-    for (std::size_t i = first; i < mapped.size(); ++i) {
-        if (mapped[i] >= from && mapped[i] <= from + 25) {
-            mapped[i] = static_cast<wchar_t>(mapped[i] - from + to);
-        }
+    wchar_t* mapped = nullptr;
+    RIndirectString result = RIndirectString::MakeWritable(view.size(), mapped);
+    for (std::size_t i = 0; i < view.size(); ++i) {
+        auto const code = static_cast<std::uint32_t>(view[i]);
+        mapped[i] = code - static_cast<std::uint32_t>(from) < 26 ? static_cast<wchar_t>(code - from + to) : view[i];
     }
-    return RIndirectString(TStringCore(std::move(mapped)));
+    return result;
 }
 
 }  // namespace

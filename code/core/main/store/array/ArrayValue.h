@@ -11,10 +11,12 @@
 // ArrayOf<type>.cpp.
 
 #include <memory>
+#include <type_traits>
 #include <vector>
 
 #include "zel/core/store/ArrayIterators.h"
 #include "zel/core/store/IStoreArray.h"
+#include "zel/core/store/RIndirectString.h"
 #include "zel/core/store/ITypedArray.h"
 #include "zel/core/store/StorageType.h"
 #include "zel/core/store/StoreValue.h"
@@ -27,6 +29,21 @@ namespace zel::core::detail {
 [[noreturn, gnu::cold]] void ThrowGatherIndex(std::size_t position, unsigned int index, unsigned int count);
 // "double", "string(nocase)": an element type for messages.
 TStringCore DescribeElementType(StoreTypeInfo const& elementType);
+
+// Shares a finished buffer. A buffer of strings is emptied with RIndirectString::ReleaseAll before
+// it is freed, so that its texts give back their chunks' references a run at a time.
+template <class Buffer>
+std::shared_ptr<Buffer const> ShareBuffer(std::unique_ptr<Buffer> buffer) {
+    if constexpr (std::is_same_v<typename Buffer::value_type, RIndirectString>) {
+        return std::shared_ptr<Buffer const>(buffer.release(), [](Buffer const* texts) {
+            auto* const owned = const_cast<Buffer*>(texts);
+            RIndirectString::ReleaseAll(owned->data(), owned->size());
+            delete owned;
+        });
+    } else {
+        return std::shared_ptr<Buffer const>(std::move(buffer));
+    }
+}
 
 // A part over a buffer allocated for huge pages, which the part keeps alive.
 template <class E>

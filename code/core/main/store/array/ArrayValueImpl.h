@@ -808,7 +808,7 @@ std::shared_ptr<StoreValue> MakeArray(StoreTypeInfo const& elementType, StoreTyp
     char const* const name = "MakeArray";
     PrepareFlatParts<T>(name, elementType, values, specials);
     ArrayParts<T> parts{
-        elementType, ArrayPart<T>(std::shared_ptr<std::vector<T> const>(std::move(values))), {}, {}, {}};
+        elementType, ArrayPart<T>(ShareBuffer(std::move(values))), {}, {}, {}};
     if (specials) {
         parts.specials =
             ArrayPart<SpecialKind>(std::shared_ptr<std::vector<SpecialKind> const>(std::move(specials)));
@@ -843,7 +843,7 @@ std::shared_ptr<StoreValue> MakeArray(StoreTypeInfo const& elementType, StoreTyp
     char const* const name = "MakeArray";
     PrepareFlatParts<T>(name, elementType, values, specials);
     return ArrayValue<T>::MakeFlat(elementType, childType,
-                                   std::shared_ptr<HugePageVector<T> const>(std::move(values)),
+                                   ShareBuffer(std::move(values)),
                                    std::shared_ptr<HugePageVector<SpecialKind> const>(std::move(specials)));
 }
 

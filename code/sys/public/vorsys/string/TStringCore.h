@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <functional>
 #include <iosfwd>
+#include <memory_resource>
 #include <string>
 #include <string_view>
 
@@ -30,8 +31,14 @@ private:
 // The wide string of the system: every name, message, key segment and spec text. One wchar_t holds
 // one Unicode code point (UTF-32 on the platforms we build for). A value type with the operations
 // of std::wstring that the system needs, plus UTF-8 conversion for the edges of the process.
+//
+// The characters live in a polymorphic-allocator string so that the texts of a string column can
+// sit in the column's arena, without a heap block each. A copy always takes the default resource,
+// so a copied text never refers into an arena; only a text constructed with a resource uses it.
 class TStringCore {
 public:
+    using Text = std::pmr::wstring;
+
     TStringCore() noexcept = default;
     TStringCore(TStringCore const&) = default;
     TStringCore(TStringCore&&) noexcept = default;
@@ -39,8 +46,12 @@ public:
     // empty string.
     TStringCore(wchar_t const* text, int length = -1);  // NOLINT: implicit on purpose, for L"" literals
     TStringCore(wchar_t character, int count);
-    explicit TStringCore(std::wstring text) noexcept : m_text(std::move(text)) {}
+    explicit TStringCore(std::wstring const& text) : m_text(text) {}
     explicit TStringCore(std::wstring_view text) : m_text(text) {}
+    explicit TStringCore(Text text) noexcept : m_text(std::move(text)) {}
+    // `length` characters, all `fill`, in memory taken from `resource`.
+    TStringCore(std::size_t length, wchar_t fill, std::pmr::memory_resource* resource)
+        : m_text(length, fill, Text::allocator_type(resource)) {}
     ~TStringCore() = default;
 
     TStringCore& operator=(TStringCore const&) = default;
@@ -54,7 +65,10 @@ public:
     bool isEmpty() const noexcept { return m_text.empty(); }
     std::size_t size() const noexcept { return m_text.size(); }
     std::size_t length() const noexcept { return m_text.size(); }
+    std::size_t capacity() const noexcept { return m_text.capacity(); }
     wchar_t operator[](std::size_t index) const noexcept { return m_text[index]; }
+    // The characters, to be written in place by whoever made the text and has not shared it yet.
+    wchar_t* data() noexcept { return m_text.data(); }
 
     // Whether the first character is `character`; false on an empty string. The case-insensitive
     // form compares simple Unicode case folds.
@@ -65,7 +79,8 @@ public:
     explicit operator wchar_t const*() const noexcept { return m_text.c_str(); }
     wchar_t const* c_str() const noexcept { return m_text.c_str(); }
     std::wstring_view view() const noexcept { return m_text; }
-    std::wstring const& str() const noexcept { return m_text; }
+    // A copy in a plain std::wstring, for code that builds messages.
+    std::wstring str() const { return std::wstring(m_text); }
     auto begin() const noexcept { return m_text.begin(); }
     auto end() const noexcept { return m_text.end(); }
 
@@ -95,7 +110,7 @@ public:
     friend VOR_PUBLIC TStringCore operator+(wchar_t a, TStringCore const& b);
 
 private:
-    std::wstring m_text;
+    Text m_text;
 };
 
 // Hash for boost::unordered containers (found by argument-dependent lookup).

@@ -5,10 +5,12 @@
 // once for the block and writes the block's rows of the result buffer. Tasks of one run write
 // disjoint rows, so nothing is joined afterwards.
 
+#include <memory>
 #include <vector>
 
 #include "transform/flatdata/FlatDataHandler.h"
 #include "zel/core/store/ITypedArray.h"
+#include "zel/core/store/StringArena.h"
 #include "zel/vm/execute/TransformWorkQueue.h"
 #include "zel/vm/transform/RawData.h"
 
@@ -16,13 +18,17 @@ namespace zel::vm {
 
 // One scratch vector of values and one of specials for each thread of a work queue, selected by
 // the thread index the queue gives a task. An input whose storage is not flat fills them with a
-// block; they are reused from block to block on the same thread.
+// block; they are reused from block to block on the same thread. Each thread also has a string
+// arena, current while its blocks run, so that the texts a function returns are packed into a
+// few chunks per thread rather than a heap block each.
 template <class T>
 struct FlatDataScratch {
-    explicit FlatDataScratch(unsigned int threadCount) : values(threadCount), specials(threadCount) {}
+    explicit FlatDataScratch(unsigned int threadCount)
+        : values(threadCount), specials(threadCount), arenas(std::make_unique<core::StringArena[]>(threadCount)) {}
 
     std::vector<std::vector<T>> values;
     std::vector<std::vector<core::SpecialKind>> specials;
+    std::unique_ptr<core::StringArena[]> arenas;
 };
 
 template <class T>
@@ -43,6 +49,7 @@ public:
           m_view(view) {}
 
     bool Run(unsigned int threadIndex) override {
+        core::StringArena::Scope const arena(m_scratch.arenas[threadIndex]);
         core::ArrayView<T const> const values =
             m_input.GetValuesBlock(m_scratch.values.at(threadIndex), m_inputRow, m_count);
         if (m_useSpecial) {

@@ -1,0 +1,63 @@
+#pragma once
+
+#pragma GCC visibility push(default)
+
+#include <cstddef>
+#include <string_view>
+
+#include "zel/core/store/RIndirectString.h"
+
+namespace zel::core {
+
+// Makes string handles whose texts are packed into shared chunks: a column of a million short
+// strings costs a few hundred blocks instead of a million. An arena belongs to one thread at a
+// time; the handles it makes are ordinary handles, free to cross threads and to outlive the arena.
+//
+// Its chunk's references are taken in bulk: the arena holds back a large count when it opens a
+// chunk, hands one to each handle it makes without touching the shared counter, and gives the
+// rest back when it moves on. Making a text therefore costs no atomic operation.
+//
+// While a Scope is open on a thread, every handle made there from a text (RIndirectString's
+// constructors, MakeWritable) goes into that scope's arena: this is how the texts that a function
+// returns inside a columnar run land in the run's arena without the function knowing.
+class StringArena {
+public:
+    static constexpr std::size_t c_defaultChunkBytes = 64 * 1024;
+
+    explicit StringArena(std::size_t chunkBytes = c_defaultChunkBytes) noexcept : m_chunkBytes(chunkBytes) {}
+    ~StringArena();
+    StringArena(StringArena const&) = delete;
+    StringArena& operator=(StringArena const&) = delete;
+
+    RIndirectString Make(std::wstring_view text);
+    // A handle on `length` zero characters, which the caller writes through `characters` before
+    // it copies or shares the handle.
+    RIndirectString MakeWritable(std::size_t length, wchar_t*& characters);
+
+    // The arena of the innermost open scope of this thread, or null.
+    static StringArena* Current() noexcept;
+
+    // Makes an arena the current one of this thread until the scope closes; scopes nest.
+    class Scope {
+    public:
+        explicit Scope(StringArena& arena) noexcept;
+        ~Scope();
+        Scope(Scope const&) = delete;
+        Scope& operator=(Scope const&) = delete;
+
+    private:
+        StringArena* m_previous;
+    };
+
+private:
+    detail::StringEntry* Emplace(std::size_t length);
+    void Retire() noexcept;
+
+    std::size_t const m_chunkBytes;
+    detail::StringChunk* m_chunk = nullptr;
+    std::size_t m_heldBack = 0;  // references of m_chunk not yet handed to a handle
+};
+
+}  // namespace zel::core
+
+#pragma GCC visibility pop
