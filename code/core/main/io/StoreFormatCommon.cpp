@@ -1,7 +1,5 @@
 #include "io/StoreFormatCommon.h"
 
-#include <algorithm>
-
 #include "zel/core/store/Collation.h"
 #include "zel/core/store/IStoreKeyMap.h"
 #include "zel/core/store/IStoreTuple.h"
@@ -57,13 +55,19 @@ TStringCore TextOfUtf8(std::string_view utf8) {
 }
 
 RIndirectString StringOfUtf8(std::string_view utf8) {
-    if (!IsAscii(utf8)) {
-        return RIndirectString(TStringCore::FromUtf8(utf8));
-    }
+    // Widened as if ASCII while the test runs; the rare other text is decoded again.
     wchar_t* characters = nullptr;
     RIndirectString text = RIndirectString::MakeWritable(utf8.size(), characters);
-    std::copy(utf8.begin(), utf8.end(), characters);
-    return text;
+    unsigned char high = 0;
+    for (std::size_t i = 0; i < utf8.size(); ++i) {
+        auto const byte = static_cast<unsigned char>(utf8[i]);
+        high |= byte;
+        characters[i] = static_cast<wchar_t>(byte);
+    }
+    if (high < 0x80) {
+        return text;
+    }
+    return RIndirectString(TStringCore::FromUtf8(utf8));
 }
 
 namespace {

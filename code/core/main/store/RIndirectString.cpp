@@ -45,24 +45,26 @@ RIndirectString RIndirectString::MakeWritable(std::size_t length, wchar_t*& char
 }
 
 void RIndirectString::ReleaseAll(RIndirectString* texts, std::size_t count) noexcept {
-    // Reading each entry's chunk is the cost, a cache miss each once a column outgrows the cache:
-    // fetch entries a little ahead so that the misses overlap.
-    constexpr std::size_t c_ahead = 16;
+    // A chunk is one block and entries lie inside their chunk's block, so an entry whose address
+    // falls inside the block of the run's chunk belongs to it: the entry itself is read only when
+    // a run ends, once a chunk for a column made in order.
     detail::StringChunk* run = nullptr;
+    std::byte const* runBegin = nullptr;
+    std::byte const* runEnd = nullptr;
     std::size_t references = 0;
     for (std::size_t i = 0; i < count; ++i) {
-        if (i + c_ahead < count && texts[i + c_ahead].m_entry != nullptr) {
-            __builtin_prefetch(&texts[i + c_ahead].m_entry->chunk);
-        }
         detail::StringEntry* const entry = std::exchange(texts[i].m_entry, nullptr);
         if (entry == nullptr) {
             continue;
         }
-        if (entry->chunk != run) {
+        auto const* const address = reinterpret_cast<std::byte const*>(entry);
+        if (address < runBegin || address >= runEnd) {
             if (run != nullptr) {
                 run->Release(references);
             }
             run = entry->chunk;
+            runBegin = reinterpret_cast<std::byte const*>(run);
+            runEnd = runBegin + run->GetAllocatedBytes();
             references = 0;
         }
         ++references;
