@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <set>
 #include <string>
 #include <thread>
@@ -114,7 +115,16 @@ TEST(StringArenaTest, ReleaseAllEmptiesHandlesAndSparesOtherOwners) {
     }
     column.emplace_back(L"made alone");
     column.push_back(column[1]);  // a repeat after other chunks
-    std::vector<RIndirectString> const kept{column[1], column[4'999], column[5'000]};
+    // Texts of more chunks than a release keeps track of at once, interleaved.
+    std::vector<std::unique_ptr<StringArena>> others;
+    for (int a = 0; a < 6; ++a) {
+        others.push_back(std::make_unique<StringArena>());
+    }
+    for (int i = 0; i < 600; ++i) {
+        column.push_back(others[(i * 7) % 6]->Make(L"other " + std::to_wstring(i)));
+    }
+    others.clear();
+    std::vector<RIndirectString> const kept{column[1], column[4'999], column[5'000], column.back()};
     RIndirectString::ReleaseAll(column.data(), column.size());
     for (auto const& handle : column) {
         ASSERT_TRUE(handle.IsEmpty());
@@ -122,6 +132,7 @@ TEST(StringArenaTest, ReleaseAllEmptiesHandlesAndSparesOtherOwners) {
     EXPECT_EQ(kept[0].View(), L"row 1");
     EXPECT_EQ(kept[1].View(), L"row 4999");
     EXPECT_EQ(kept[2].View(), L"made alone");
+    EXPECT_EQ(kept[3].View(), L"other 599");
 }
 
 // Handles of one chunk are copied and dropped on several threads at once.

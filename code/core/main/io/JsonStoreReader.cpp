@@ -270,13 +270,13 @@ private:
         ThrowFormatError("JSON store: " + what + where);
     }
 
-    [[noreturn]] void FailSimd(simdjson::error_code error, std::string const& expected,
-                               std::optional<std::size_t> element = {}) {
+    [[noreturn, gnu::cold, gnu::noinline]] void FailSimd(simdjson::error_code error, std::string_view expected,
+                                                         std::optional<std::size_t> element = {}) {
         if (error == simdjson::INCORRECT_TYPE) {
-            Fail("expected " + expected, element);
+            Fail("expected " + std::string(expected), element);
         }
         if (error == simdjson::NUMBER_OUT_OF_RANGE) {
-            Fail("number out of range for " + expected, element);
+            Fail("number out of range for " + std::string(expected), element);
         }
         Fail(std::string("unreadable value (") + simdjson::error_message(error) + ")", element);
     }
@@ -302,7 +302,8 @@ private:
     }
 
     template <class T, class Result>
-    T Get(Result&& result, std::string const& expected, std::optional<std::size_t> element = {}) {
+    // `expected` is a view, so that the hot path of every element builds no text.
+    T Get(Result&& result, std::string_view expected, std::optional<std::size_t> element = {}) {
         T out{};
         if (auto const error = std::forward<Result>(result).get(out)) {
             FailSimd(error, expected, element);

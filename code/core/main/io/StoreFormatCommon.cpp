@@ -1,6 +1,7 @@
 #include "io/StoreFormatCommon.h"
 
 #include "zel/core/store/Collation.h"
+#include "zel/core/store/StringArena.h"
 #include "zel/core/store/IStoreKeyMap.h"
 #include "zel/core/store/IStoreTuple.h"
 #include "zel/core/utility/ZelCheck.h"
@@ -55,17 +56,8 @@ TStringCore TextOfUtf8(std::string_view utf8) {
 }
 
 RIndirectString StringOfUtf8(std::string_view utf8) {
-    // Widened as if ASCII while the test runs; the rare other text is decoded again.
-    wchar_t* characters = nullptr;
-    RIndirectString text = RIndirectString::MakeWritable(utf8.size(), characters);
-    unsigned char high = 0;
-    for (std::size_t i = 0; i < utf8.size(); ++i) {
-        auto const byte = static_cast<unsigned char>(utf8[i]);
-        high |= byte;
-        characters[i] = static_cast<wchar_t>(byte);
-    }
-    if (high < 0x80) {
-        return text;
+    if (IsAscii(utf8)) {
+        return RIndirectString::MakeCopy(utf8.begin(), utf8.size());
     }
     return RIndirectString(TStringCore::FromUtf8(utf8));
 }

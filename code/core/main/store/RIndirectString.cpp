@@ -1,5 +1,7 @@
 #include "zel/core/store/RIndirectString.h"
 
+#include <algorithm>
+#include <array>
 #include <functional>
 
 #include "zel/core/store/StringArena.h"
@@ -20,57 +22,48 @@ RIndirectString::RIndirectString(wchar_t const* text)
 
 // The empty text owns nothing, so that default slots and empty strings cost nothing.
 RIndirectString::RIndirectString(std::wstring_view text) {
-    if (text.empty()) {
-        return;
-    }
-    if (StringArena* const arena = StringArena::Current()) {
-        *this = arena->Make(text);
-    } else {
-        m_entry = detail::StringChunk::MakeSingle(text.size());
-        text.copy(m_entry->text.data(), text.size());
-    }
-}
-
-RIndirectString RIndirectString::MakeWritable(std::size_t length, wchar_t*& characters) {
-    if (StringArena* const arena = StringArena::Current()) {
-        return arena->MakeWritable(length, characters);
-    }
-    if (length == 0) {
-        characters = nullptr;
-        return {};
-    }
-    RIndirectString text(detail::StringChunk::MakeSingle(length));
-    characters = text.m_entry->text.data();
-    return text;
+    *this = MakeCopy(text.begin(), text.size());
 }
 
 void RIndirectString::ReleaseAll(RIndirectString* texts, std::size_t count) noexcept {
-    // A chunk is one block and entries lie inside their chunk's block, so an entry whose address
-    // falls inside the block of the run's chunk belongs to it: the entry itself is read only when
-    // a run ends, once a chunk for a column made in order.
-    detail::StringChunk* run = nullptr;
-    std::byte const* runBegin = nullptr;
-    std::byte const* runEnd = nullptr;
-    std::size_t references = 0;
+    // A chunk is one block and its entries lie inside it, so an entry whose address falls inside
+    // the block of a chunk seen lately belongs to that chunk: the entry itself is read only when
+    // none matches. A few chunks are kept, since a column made by a function mixes the chunks of
+    // its results with those of the inputs it passed through unchanged.
+    struct Run {
+        detail::StringChunk* chunk = nullptr;
+        std::byte const* begin = nullptr;
+        std::byte const* end = nullptr;
+        std::size_t references = 0;
+    };
+    constexpr std::size_t c_runs = 4;
+    std::array<Run, c_runs> runs{};
+    std::size_t next = 0;
     for (std::size_t i = 0; i < count; ++i) {
         detail::StringEntry* const entry = std::exchange(texts[i].m_entry, nullptr);
         if (entry == nullptr) {
             continue;
         }
         auto const* const address = reinterpret_cast<std::byte const*>(entry);
-        if (address < runBegin || address >= runEnd) {
-            if (run != nullptr) {
-                run->Release(references);
+        Run* run = std::find_if(runs.begin(), runs.end(),
+                                [address](Run const& r) { return address >= r.begin && address < r.end; });
+        if (run == runs.end()) {
+            run = &runs[next];
+            next = (next + 1) % c_runs;
+            if (run->chunk != nullptr) {
+                run->chunk->Release(run->references);
             }
-            run = entry->chunk;
-            runBegin = reinterpret_cast<std::byte const*>(run);
-            runEnd = runBegin + run->GetAllocatedBytes();
-            references = 0;
+            run->chunk = entry->chunk;
+            run->begin = reinterpret_cast<std::byte const*>(run->chunk);
+            run->end = run->begin + run->chunk->GetAllocatedBytes();
+            run->references = 0;
         }
-        ++references;
+        ++run->references;
     }
-    if (run != nullptr) {
-        run->Release(references);
+    for (Run const& run : runs) {
+        if (run.chunk != nullptr) {
+            run.chunk->Release(run.references);
+        }
     }
 }
 

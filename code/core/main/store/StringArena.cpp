@@ -1,6 +1,48 @@
 #include "zel/core/store/StringArena.h"
 
+// The chunks, the arena, and the handle's writable maker share this file so that the path that
+// makes one text (the current arena, its open chunk, the entry) compiles into one piece.
+
 #include <algorithm>
+#include <cstdint>
+#include <new>
+
+namespace zel::core::detail {
+
+StringChunk* StringChunk::Create(std::size_t capacity, std::size_t references) {
+    void* const block = ::operator new(sizeof(StringChunk) + capacity);
+    return new (block) StringChunk(capacity, references);
+}
+
+StringEntry* StringChunk::MakeSingle(std::size_t length) {
+    return Create(NeedFor(length), 1)->Emplace(length);
+}
+
+StringEntry* StringChunk::Emplace(std::size_t length) {
+    void* const place = allocate(sizeof(StringEntry), alignof(StringEntry));
+    return new (place) StringEntry{TStringCore(length, L'\0', this), this};
+}
+
+// The entries are not destroyed one by one: their texts took all their memory from this block.
+void StringChunk::Destroy() noexcept {
+    this->~StringChunk();
+    ::operator delete(static_cast<void*>(this));
+}
+
+void* StringChunk::do_allocate(std::size_t bytes, std::size_t alignment) {
+    auto const base = reinterpret_cast<std::uintptr_t>(Storage());
+    std::uintptr_t const start = (base + m_used + alignment - 1) & ~(static_cast<std::uintptr_t>(alignment) - 1);
+    std::size_t const end = static_cast<std::size_t>(start - base) + bytes;
+    // NeedFor bounds what an entry takes, and makers check the room first; running out here
+    // means a text grew after it was made, which no caller does.
+    if (end > m_capacity) {
+        throw std::bad_alloc();
+    }
+    m_used = end;
+    return reinterpret_cast<void*>(start);
+}
+
+}  // namespace zel::core::detail
 
 namespace zel::core {
 
@@ -18,12 +60,7 @@ StringArena::~StringArena() {
 }
 
 RIndirectString StringArena::Make(std::wstring_view text) {
-    if (text.empty()) {
-        return {};
-    }
-    detail::StringEntry* const entry = Emplace(text.size());
-    text.copy(entry->text.data(), text.size());
-    return RIndirectString(entry);
+    return MakeCopy(text.begin(), text.size());
 }
 
 RIndirectString StringArena::MakeWritable(std::size_t length, wchar_t*& characters) {
@@ -31,15 +68,15 @@ RIndirectString StringArena::MakeWritable(std::size_t length, wchar_t*& characte
         characters = nullptr;
         return {};
     }
-    detail::StringEntry* const entry = Emplace(length);
+    detail::StringEntry* const entry = ChunkFor(length)->Emplace(length);
     characters = entry->text.data();
     return RIndirectString(entry);
 }
 
-detail::StringEntry* StringArena::Emplace(std::size_t length) {
+detail::StringChunk* StringArena::ChunkFor(std::size_t length) {
     // A text too large to share a chunk gets one of its own, and the open chunk stays open.
     if (detail::StringChunk::NeedFor(length) > m_chunkBytes / 4) {
-        return detail::StringChunk::MakeSingle(length);
+        return detail::StringChunk::Create(detail::StringChunk::NeedFor(length), 1);
     }
     if (m_chunk == nullptr || !m_chunk->HasRoomFor(length)) {
         Retire();
@@ -47,13 +84,26 @@ detail::StringEntry* StringArena::Emplace(std::size_t length) {
         m_heldBack = c_heldBack;
     }
     --m_heldBack;
-    return m_chunk->Emplace(length);
+    return m_chunk;
 }
 
 void StringArena::Retire() noexcept {
     if (m_chunk != nullptr) {
         std::exchange(m_chunk, nullptr)->Release(std::exchange(m_heldBack, 0));
     }
+}
+
+RIndirectString RIndirectString::MakeWritable(std::size_t length, wchar_t*& characters) {
+    if (StringArena* const arena = StringArena::Current()) {
+        return arena->MakeWritable(length, characters);
+    }
+    if (length == 0) {
+        characters = nullptr;
+        return {};
+    }
+    RIndirectString text(detail::StringChunk::MakeSingle(length));
+    characters = text.m_entry->text.data();
+    return text;
 }
 
 StringArena* StringArena::Current() noexcept {

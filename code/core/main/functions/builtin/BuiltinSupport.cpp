@@ -4,12 +4,12 @@
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
 
-#include <algorithm>
 #include <charconv>
 #include <cwctype>
 #include <string>
 
 #include "zel/core/store/IStoreTuple.h"
+#include "zel/core/store/StringArena.h"
 #include "zel/core/utility/ZelCheck.h"
 
 namespace zel::core::builtin {
@@ -74,10 +74,7 @@ std::optional<std::string> AsciiOf(std::wstring_view text) {
 }
 
 RIndirectString FromAscii(std::string_view text) {
-    wchar_t* characters = nullptr;
-    RIndirectString result = RIndirectString::MakeWritable(text.size(), characters);
-    std::copy(text.begin(), text.end(), characters);
-    return result;
+    return RIndirectString::MakeCopy(text.begin(), text.size());
 }
 
 template <class T>

@@ -49,6 +49,11 @@ public:
     // A handle on `length` characters, all zero, in the current arena of this thread if there is
     // one: the maker writes them through `characters` before the handle is copied or shared.
     static RIndirectString MakeWritable(std::size_t length, wchar_t*& characters);
+    // A handle on the `length` characters from `first` on (a random-access iterator whose elements
+    // convert to wchar_t), in the current arena of this thread if there is one. Defined in
+    // StringArena.h.
+    template <class Iterator>
+    static RIndirectString MakeCopy(Iterator first, std::size_t length);
 
     // Plain equality of the texts (binary collation); the same entry compares equal at once.
     bool operator==(RIndirectString const& other) const noexcept;

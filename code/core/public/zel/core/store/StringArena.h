@@ -33,6 +33,14 @@ public:
     // A handle on `length` zero characters, which the caller writes through `characters` before
     // it copies or shares the handle.
     RIndirectString MakeWritable(std::size_t length, wchar_t*& characters);
+    // A handle on the `length` characters from `first` on, written once.
+    template <class Iterator>
+    RIndirectString MakeCopy(Iterator first, std::size_t length) {
+        if (length == 0) {
+            return {};
+        }
+        return RIndirectString(ChunkFor(length)->EmplaceCopy(first, length));
+    }
 
     // The arena of the innermost open scope of this thread, or null.
     static StringArena* Current() noexcept;
@@ -50,13 +58,27 @@ public:
     };
 
 private:
-    detail::StringEntry* Emplace(std::size_t length);
+    // A chunk with room for a text of `length` characters, whose reference the next entry takes:
+    // the open chunk, a new one when it is full, or a chunk of its own for a large text.
+    detail::StringChunk* ChunkFor(std::size_t length);
     void Retire() noexcept;
 
     std::size_t const m_chunkBytes;
     detail::StringChunk* m_chunk = nullptr;
     std::size_t m_heldBack = 0;  // references of m_chunk not yet handed to a handle
 };
+
+template <class Iterator>
+RIndirectString RIndirectString::MakeCopy(Iterator first, std::size_t length) {
+    if (length == 0) {
+        return {};
+    }
+    if (StringArena* const arena = StringArena::Current()) {
+        return arena->MakeCopy(first, length);
+    }
+    return RIndirectString(
+        detail::StringChunk::Create(detail::StringChunk::NeedFor(length), 1)->EmplaceCopy(first, length));
+}
 
 }  // namespace zel::core
 

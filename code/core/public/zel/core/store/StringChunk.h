@@ -4,8 +4,11 @@
 
 #include <atomic>
 #include <cstddef>
+#include <iterator>
 #include <memory_resource>
+#include <new>
 #include <string_view>
+#include <type_traits>
 
 #include "vorsys/string/TStringCore.h"
 
@@ -46,6 +49,21 @@ public:
     // A new entry of `length` characters, all zero, for the maker to write before it shares it.
     // The caller has checked the room.
     StringEntry* Emplace(std::size_t length);
+    // A new entry holding the `length` characters from `first` on (a random-access iterator whose
+    // elements convert to wchar_t), written once, with no zeroing first.
+    template <class Iterator>
+    StringEntry* EmplaceCopy(Iterator first, std::size_t length) {
+        // The string takes its memory in one piece only from an iterator of the forward category;
+        // from an input iterator it would grow step by step past the room that was checked.
+        static_assert(std::is_base_of_v<std::forward_iterator_tag,
+                                        typename std::iterator_traits<Iterator>::iterator_category>,
+                      "EmplaceCopy reads a forward iterator");
+        void* const place = do_allocate(sizeof(StringEntry), alignof(StringEntry));
+        return new (place) StringEntry{
+            TStringCore(TStringCore::Text(first, first + static_cast<std::ptrdiff_t>(length),
+                                          TStringCore::Text::allocator_type(this))),
+            this};
+    }
 
     void AddReference() noexcept { m_references.fetch_add(1, std::memory_order_relaxed); }
     void Release(std::size_t count = 1) noexcept {
