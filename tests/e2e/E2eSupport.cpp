@@ -147,7 +147,7 @@ std::vector<std::string> VtlrunDocBlockLines(std::string const& heading, int max
     std::vector<std::string> lines;
     bool inSection = false;
     int fences = 0;
-    for (std::string line; std::getline(doc, line) && fences < 2 * maxBlocks;) {
+    for (std::string line; std::getline(doc, line) && fences / 2 < maxBlocks;) {
         if (line.starts_with("#")) {
             inSection = line == heading;
         } else if (inSection && line.starts_with("```")) {
