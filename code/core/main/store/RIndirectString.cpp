@@ -53,7 +53,7 @@ void RIndirectString::ReleaseAll(RIndirectString* texts, std::size_t count) noex
             if (run->chunk != nullptr) {
                 run->chunk->Release(run->references);
             }
-            run->chunk = entry->chunk;
+            run->chunk = entry->Chunk();
             run->begin = reinterpret_cast<std::byte const*>(run->chunk);
             run->end = run->begin + run->chunk->GetAllocatedBytes();
             run->references = 0;

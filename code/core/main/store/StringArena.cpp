@@ -18,28 +18,10 @@ StringEntry* StringChunk::MakeSingle(std::size_t length) {
     return Create(NeedFor(length), 1)->Emplace(length);
 }
 
-StringEntry* StringChunk::Emplace(std::size_t length) {
-    void* const place = allocate(sizeof(StringEntry), alignof(StringEntry));
-    return new (place) StringEntry{TStringCore(length, L'\0', this), this};
-}
-
 // The entries are not destroyed one by one: their texts took all their memory from this block.
 void StringChunk::Destroy() noexcept {
     this->~StringChunk();
     ::operator delete(static_cast<void*>(this));
-}
-
-void* StringChunk::do_allocate(std::size_t bytes, std::size_t alignment) {
-    auto const base = reinterpret_cast<std::uintptr_t>(Storage());
-    std::uintptr_t const start = (base + m_used + alignment - 1) & ~(static_cast<std::uintptr_t>(alignment) - 1);
-    std::size_t const end = static_cast<std::size_t>(start - base) + bytes;
-    // NeedFor bounds what an entry takes, and makers check the room first; running out here
-    // means a text grew after it was made, which no caller does.
-    if (end > m_capacity) {
-        throw std::bad_alloc();
-    }
-    m_used = end;
-    return reinterpret_cast<void*>(start);
 }
 
 }  // namespace zel::core::detail
@@ -63,27 +45,14 @@ RIndirectString StringArena::Make(std::wstring_view text) {
     return MakeCopy(text.begin(), text.size());
 }
 
-RIndirectString StringArena::MakeWritable(std::size_t length, wchar_t*& characters) {
-    if (length == 0) {
-        characters = nullptr;
-        return {};
-    }
-    detail::StringEntry* const entry = ChunkFor(length)->Emplace(length);
-    characters = entry->text.data();
-    return RIndirectString(entry);
-}
-
-detail::StringChunk* StringArena::ChunkFor(std::size_t length) {
+detail::StringChunk* StringArena::OtherChunkFor(std::size_t length) {
     // A text too large to share a chunk gets one of its own, and the open chunk stays open.
     if (detail::StringChunk::NeedFor(length) > m_chunkBytes / 4) {
         return detail::StringChunk::Create(detail::StringChunk::NeedFor(length), 1);
     }
-    if (m_chunk == nullptr || !m_chunk->HasRoomFor(length)) {
-        Retire();
-        m_chunk = detail::StringChunk::Create(m_chunkBytes, c_heldBack);
-        m_heldBack = c_heldBack;
-    }
-    --m_heldBack;
+    Retire();
+    m_chunk = detail::StringChunk::Create(m_chunkBytes, c_heldBack);
+    m_heldBack = c_heldBack - 1;
     return m_chunk;
 }
 

@@ -5,6 +5,7 @@
 #include <unicode/unistr.h>
 
 #include <charconv>
+#include <iterator>
 #include <cwctype>
 #include <string>
 
@@ -92,6 +93,37 @@ namespace {
 // ASCII case to the other and leaves every other ASCII character alone, so for such text the two
 // give the same result. Text that the mapping leaves unchanged is returned shared, without a copy.
 // Returns nullopt when the text holds a character outside ASCII.
+// Reads characters through a mapping, so that a new text is built from the mapped characters in
+// one pass with nothing in between. It walks forward only, which is all a text's constructor needs
+// to size the text once.
+template <class Map>
+class MappingIterator {
+public:
+    using iterator_category = std::forward_iterator_tag;
+    using value_type = wchar_t;
+    using difference_type = std::ptrdiff_t;
+    using pointer = void;
+    using reference = wchar_t;
+
+    MappingIterator(wchar_t const* at, Map const& map) : m_at(at), m_map(&map) {}
+    wchar_t operator*() const { return (*m_map)(*m_at); }
+    MappingIterator& operator++() {
+        ++m_at;
+        return *this;
+    }
+    MappingIterator operator++(int) {
+        MappingIterator const before = *this;
+        ++m_at;
+        return before;
+    }
+    MappingIterator operator+(difference_type count) const { return MappingIterator(m_at + count, *m_map); }
+    bool operator==(MappingIterator const& other) const { return m_at == other.m_at; }
+
+private:
+    wchar_t const* m_at;
+    Map const* m_map;
+};
+
 std::optional<RIndirectString> MapAsciiCase(RIndirectString const& text, wchar_t from, wchar_t to) {
     std::wstring_view const view = text.View();
     // Branch-free tests over the whole text: short texts of random letters defeat prediction.
@@ -108,13 +140,15 @@ std::optional<RIndirectString> MapAsciiCase(RIndirectString const& text, wchar_t
     if (!changes) {
         return text;
     }
-    wchar_t* mapped = nullptr;
-    RIndirectString result = RIndirectString::MakeWritable(view.size(), mapped);
-    for (std::size_t i = 0; i < view.size(); ++i) {
-        auto const code = static_cast<std::uint32_t>(view[i]);
-        mapped[i] = code - static_cast<std::uint32_t>(from) < 26 ? static_cast<wchar_t>(code - from + to) : view[i];
-    }
-    return result;
+    // Branch-free too: the shift is added under a mask that is all ones for a letter of the case
+    // `from`.
+    auto const shift = static_cast<std::uint32_t>(to) - static_cast<std::uint32_t>(from);
+    auto const map = [from, shift](wchar_t c) {
+        auto const code = static_cast<std::uint32_t>(c);
+        std::uint32_t const isLetter = code - static_cast<std::uint32_t>(from) < 26;
+        return static_cast<wchar_t>(code + (shift & (0u - isLetter)));
+    };
+    return RIndirectString::MakeCopy(MappingIterator(view.data(), map), view.size());
 }
 
 }  // namespace

@@ -8,11 +8,11 @@
 #include <cstddef>
 #include <functional>
 #include <iosfwd>
-#include <memory_resource>
 #include <string>
 #include <string_view>
 
 #include "vorsys/base/VorlaneException.h"
+#include "vorsys/string/TextAllocator.h"
 
 enum class CaseSensitivity { CaseInsensitive = 0, CaseSensitive = 1 };
 
@@ -32,12 +32,12 @@ private:
 // one Unicode code point (UTF-32 on the platforms we build for). A value type with the operations
 // of std::wstring that the system needs, plus UTF-8 conversion for the edges of the process.
 //
-// The characters live in a polymorphic-allocator string so that the texts of a string column can
-// sit in the column's arena, without a heap block each. A copy always takes the default resource,
-// so a copied text never refers into an arena; only a text constructed with a resource uses it.
+// The characters can live in a TextRegion, so that the texts of a string column sit in a few shared
+// blocks rather than a heap block each. A copy always takes the heap, so a copied text never refers
+// into a region; only a text constructed with one uses it.
 class TStringCore {
 public:
-    using Text = std::pmr::wstring;
+    using Text = std::basic_string<wchar_t, std::char_traits<wchar_t>, TextAllocator<wchar_t>>;
 
     TStringCore() noexcept = default;
     TStringCore(TStringCore const&) = default;
@@ -46,12 +46,16 @@ public:
     // empty string.
     TStringCore(wchar_t const* text, int length = -1);  // NOLINT: implicit on purpose, for L"" literals
     TStringCore(wchar_t character, int count);
-    explicit TStringCore(std::wstring const& text) : m_text(text) {}
+    explicit TStringCore(std::wstring const& text) : m_text(text.data(), text.size()) {}
     explicit TStringCore(std::wstring_view text) : m_text(text) {}
     explicit TStringCore(Text text) noexcept : m_text(std::move(text)) {}
-    // `length` characters, all `fill`, in memory taken from `resource`.
-    TStringCore(std::size_t length, wchar_t fill, std::pmr::memory_resource* resource)
-        : m_text(length, fill, Text::allocator_type(resource)) {}
+    // `length` characters, all `fill`, in memory taken from `region`.
+    TStringCore(std::size_t length, wchar_t fill, TextRegion* region)
+        : m_text(length, fill, Text::allocator_type(region)) {}
+    // The characters from `first` to `last`, in memory taken from `region`, written in place.
+    template <class Iterator>
+    TStringCore(Iterator first, Iterator last, TextRegion* region)
+        : m_text(first, last, Text::allocator_type(region)) {}
     ~TStringCore() = default;
 
     TStringCore& operator=(TStringCore const&) = default;
@@ -69,6 +73,8 @@ public:
     wchar_t operator[](std::size_t index) const noexcept { return m_text[index]; }
     // The characters, to be written in place by whoever made the text and has not shared it yet.
     wchar_t* data() noexcept { return m_text.data(); }
+    // The region the characters were taken from, or null for the heap.
+    TextRegion* region() const noexcept { return m_text.get_allocator().Region(); }
 
     // Whether the first character is `character`; false on an empty string. The case-insensitive
     // form compares simple Unicode case folds.

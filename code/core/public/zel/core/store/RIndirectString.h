@@ -28,7 +28,7 @@ public:
     explicit RIndirectString(std::wstring_view text);
     RIndirectString(RIndirectString const& other) noexcept : m_entry(other.m_entry) {
         if (m_entry != nullptr) {
-            m_entry->chunk->AddReference();
+            m_entry->Chunk()->AddReference();
         }
     }
     RIndirectString(RIndirectString&& other) noexcept : m_entry(std::exchange(other.m_entry, nullptr)) {}
@@ -42,7 +42,7 @@ public:
     }
     ~RIndirectString() {
         if (m_entry != nullptr) {
-            m_entry->chunk->Release();
+            m_entry->Chunk()->Release();
         }
     }
 
@@ -65,9 +65,9 @@ public:
 
     // The block that holds the text (null for the empty string) and its size in bytes, so that a
     // memory report counts a shared chunk once.
-    void const* GetStorageIdentity() const noexcept { return m_entry != nullptr ? m_entry->chunk : nullptr; }
+    void const* GetStorageIdentity() const noexcept { return m_entry != nullptr ? m_entry->Chunk() : nullptr; }
     std::size_t GetStorageBytes() const noexcept {
-        return m_entry != nullptr ? m_entry->chunk->GetAllocatedBytes() : 0;
+        return m_entry != nullptr ? m_entry->Chunk()->GetAllocatedBytes() : 0;
     }
 
     void Swap(RIndirectString& other) noexcept { std::swap(m_entry, other.m_entry); }

@@ -32,7 +32,15 @@ public:
     RIndirectString Make(std::wstring_view text);
     // A handle on `length` zero characters, which the caller writes through `characters` before
     // it copies or shares the handle.
-    RIndirectString MakeWritable(std::size_t length, wchar_t*& characters);
+    RIndirectString MakeWritable(std::size_t length, wchar_t*& characters) {
+        if (length == 0) {
+            characters = nullptr;
+            return {};
+        }
+        detail::StringEntry* const entry = ChunkFor(length)->Emplace(length);
+        characters = entry->text.data();
+        return RIndirectString(entry);
+    }
     // A handle on the `length` characters from `first` on, written once.
     template <class Iterator>
     RIndirectString MakeCopy(Iterator first, std::size_t length) {
@@ -59,8 +67,17 @@ public:
 
 private:
     // A chunk with room for a text of `length` characters, whose reference the next entry takes:
-    // the open chunk, a new one when it is full, or a chunk of its own for a large text.
-    detail::StringChunk* ChunkFor(std::size_t length);
+    // the open chunk, a new one when it is full, or a chunk of its own for a large text. The
+    // common case, the open chunk, is inlined into the maker.
+    detail::StringChunk* ChunkFor(std::size_t length) {
+        if (m_chunk != nullptr && detail::StringChunk::NeedFor(length) <= m_chunkBytes / 4 &&
+            m_chunk->HasRoomFor(length)) {
+            --m_heldBack;
+            return m_chunk;
+        }
+        return OtherChunkFor(length);
+    }
+    detail::StringChunk* OtherChunkFor(std::size_t length);
     void Retire() noexcept;
 
     std::size_t const m_chunkBytes;
