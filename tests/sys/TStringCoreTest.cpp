@@ -83,3 +83,51 @@ TEST(TStringCore, HashesAlikeInStdAndBoostContainers) {
     boost::unordered_flat_set<TStringCore> const set{TStringCore(L"a"), TStringCore(L"b")};
     EXPECT_TRUE(set.contains(TStringCore(L"b")));
 }
+
+namespace {
+
+// A region over a fixed buffer, as an owner of texts would make one.
+class BufferRegion : public TextRegion {
+public:
+    BufferRegion() : TextRegion(m_storage, sizeof(m_storage)) {}
+
+    bool Holds(wchar_t const* text) const {
+        auto const* const at = reinterpret_cast<unsigned char const*>(text);
+        return at >= m_storage && at < m_storage + sizeof(m_storage);
+    }
+
+private:
+    alignas(16) unsigned char m_storage[1024];
+};
+
+}  // namespace
+
+// Only a text made in a region refers into it: copies, and assignments of any kind, take the
+// heap, so that freeing the region can never pull characters from under another text.
+TEST(TStringCore, TextsLeaveTheirRegionWhenCopiedOrAssigned) {
+    BufferRegion region;
+    std::wstring const longText = L"longer than any text kept inside the string itself";
+    TStringCore const made(longText.begin(), longText.end(), &region);
+    EXPECT_EQ(made.region(), &region);
+    EXPECT_TRUE(region.Holds(made.c_str()));
+    EXPECT_EQ(made.view(), longText);
+
+    TStringCore const copy(made);
+    EXPECT_EQ(copy.region(), nullptr);
+    EXPECT_FALSE(region.Holds(copy.c_str()));
+    EXPECT_EQ(copy, made);
+
+    TStringCore assigned(L"x");
+    assigned = made;
+    EXPECT_FALSE(region.Holds(assigned.c_str()));
+    TStringCore moved(L"y");
+    moved = TStringCore(longText.begin(), longText.end(), &region);
+    EXPECT_EQ(moved.region(), nullptr);
+    EXPECT_FALSE(region.Holds(moved.c_str()));
+    EXPECT_EQ(moved.view(), longText);
+
+    // The region holds what it was sized for and refuses more rather than overrun.
+    EXPECT_THROW(TStringCore(200, L'z', &region), std::bad_alloc);
+    TStringCore const filled(4, L'z', &region);
+    EXPECT_EQ(filled, L"zzzz");
+}

@@ -810,7 +810,9 @@ private:
     // A float or double from a number, or from "nan", "inf", "-inf" or the bits of a NaN "0x...".
     template <class F, class Bits>
     Bits ParseFloating(dom::element value, Type jsonType, std::optional<std::size_t> index) {
-        std::string const name = std::is_same_v<F, float> ? "float" : "double";
+        // Views, so that the hot path of every element builds no text.
+        std::string_view const name = std::is_same_v<F, float> ? "float" : "double";
+        std::string_view const article = std::is_same_v<F, float> ? "a float" : "a double";
         if (jsonType == Type::STRING) {
             std::string_view const text = value.get_string().value_unsafe();
             if (text == "nan") {
@@ -828,23 +830,23 @@ private:
                     return bits;
                 }
             }
-            Fail("\"" + std::string(text) + "\" is no " + name +
+            Fail("\"" + std::string(text) + "\" is no " + std::string(name) +
                      " (a number, \"nan\", \"inf\", \"-inf\" or the bits of a NaN as \"0x...\")",
                  index);
         }
-        double const number = Get<double>(value.get_double(), "a " + name, index);
+        double const number = Get<double>(value.get_double(), article, index);
         if (jsonType == Type::INT64) {
             // An integer must be exact in the floating type; 2^63 is past every int64.
             std::int64_t const integer = value.get_int64().value_unsafe();
             F const converted = static_cast<F>(integer);
             if (!(converted < F(9.2233720368547758e18)) || static_cast<std::int64_t>(converted) != integer) {
-                Fail("integer is not exact as a " + name, index);
+                Fail("integer is not exact as " + std::string(article), index);
             }
         } else if (jsonType == Type::UINT64) {
             std::uint64_t const integer = value.get_uint64().value_unsafe();
             F const converted = static_cast<F>(integer);
             if (!(converted < F(1.8446744073709552e19)) || static_cast<std::uint64_t>(converted) != integer) {
-                Fail("integer is not exact as a " + name, index);
+                Fail("integer is not exact as " + std::string(article), index);
             }
         }
         if constexpr (std::is_same_v<F, float>) {
