@@ -1,5 +1,6 @@
 // Large column buffers return to a pool and serve later requests of a similar size; the cache
 // keeps within its bound, oldest out first, and a cached buffer is poisoned for AddressSanitizer.
+// The JSON reader's parser follows the same bound.
 // The pool is the process's own: each test starts from an empty cache and counts from its start.
 
 #include "zel/core/utility/BufferPool.h"
@@ -8,9 +9,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
+#include "zel/core/io/StoreValueParser.h"
 #include "zel/core/utility/HugePageAllocator.h"
 
 namespace zel::test {
@@ -112,6 +116,47 @@ TEST_F(BufferPool, ThreadsThatTakeAndReturnBuffersLeaveNothingInUse) {
     EXPECT_EQ(Hits() + Misses(), 200u);
     EXPECT_GT(Hits(), 0u);
     EXPECT_LE(stats.cachedBytes, 64 * c_mib);
+}
+
+// The JSON reader keeps its parser for the next document under the same bound: what the parser
+// reserves shows in the statistics, a bound below it or a release frees it, and a bound of 0 keeps
+// nothing. Loads on several threads at once each get a parser of their own.
+TEST_F(BufferPool, TheJsonReaderKeepsItsParserUnderTheBound) {
+    std::string json = "{\"a\": [";
+    for (int i = 0; i < 20000; ++i) {
+        json += (i == 0 ? "" : ", ") + std::to_string(i);
+    }
+    json += "]}";
+    auto const load = [&json] { EXPECT_NE(core::StoreValueParser::MakeDataStore(std::string_view(json)), nullptr); };
+
+    load();
+    std::size_t const kept = GetBufferPoolStatistics().readerBytes;
+    EXPECT_GE(kept, 8 * json.size());  // the tape alone takes eight bytes a byte
+    load();
+    EXPECT_EQ(GetBufferPoolStatistics().readerBytes, kept);  // the same parser, taken back
+
+    core::SetBufferCacheBound(kept);
+    EXPECT_EQ(GetBufferPoolStatistics().readerBytes, kept);
+    core::SetBufferCacheBound(kept - 1);
+    EXPECT_EQ(GetBufferPoolStatistics().readerBytes, 0u);
+    load();
+    EXPECT_EQ(GetBufferPoolStatistics().readerBytes, 0u);
+
+    core::SetBufferCacheBound(core::c_defaultBufferCacheBound);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&load] {
+            for (int i = 0; i < 5; ++i) {
+                load();
+            }
+        });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    EXPECT_GE(GetBufferPoolStatistics().readerBytes, kept);
+    core::ReleaseCachedBuffers();
+    EXPECT_EQ(GetBufferPoolStatistics().readerBytes, 0u);
 }
 
 #if defined(__SANITIZE_ADDRESS__)

@@ -15,6 +15,7 @@
 #include <string_view>
 #include <utility>
 
+#include "io/JsonParserCache.h"
 #include "io/StoreFormatCommon.h"
 #include "zel/core/io/StoreValueParser.h"
 #include "zel/core/store/ArrayFactory.h"
@@ -215,8 +216,14 @@ public:
     ValuePtr Read(bool root) {
         StringArena strings;
         StringArena::Scope const stringScope(strings);
+        // The parser's memory is taken back from the last load, and given back whether or not
+        // this one reads: its tape is never read after the document.
+        struct Lease {
+            std::unique_ptr<dom::parser> parser = JsonParserCache::Take();
+            ~Lease() { JsonParserCache::Give(std::move(parser)); }
+        } const lease;
         dom::element document;
-        if (auto const error = m_parser.parse(m_text).get(document)) {
+        if (auto const error = lease.parser->parse(m_text).get(document)) {
             FailDocument(error);
         }
         ValuePtr result = ParseValue(document, Slot::Entry, nullptr);
@@ -1249,7 +1256,6 @@ private:
     }
 
     simdjson::padded_string m_text;
-    dom::parser m_parser;
     StoreValueParser::ReadOptions m_options;
     std::vector<std::string> m_path;
     // The declared types by entry key, and the key of the key-map entry being read.

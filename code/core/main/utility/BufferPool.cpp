@@ -177,16 +177,52 @@ void GivePooledBuffer(void* buffer) noexcept {
     Pool().Give(buffer);
 }
 
+namespace {
+
+struct Keepers {
+    std::mutex mutex;
+    std::vector<CacheKeeper> list;
+};
+
+Keepers& TheKeepers() {
+    static Keepers* const keepers = new Keepers();
+    return *keepers;
+}
+
+std::vector<CacheKeeper> AllKeepers() {
+    std::lock_guard const lock(TheKeepers().mutex);
+    return TheKeepers().list;
+}
+
+void ReleaseKeptBeyond(std::size_t bound) {
+    for (CacheKeeper const& keeper : AllKeepers()) {
+        keeper.release(bound);
+    }
+}
+
+}  // namespace
+
+void AddCacheKeeper(CacheKeeper keeper) {
+    std::lock_guard const lock(TheKeepers().mutex);
+    TheKeepers().list.push_back(keeper);
+}
+
 void SetBufferCacheBound(std::size_t bytes) {
     Pool().SetBound(bytes);
+    ReleaseKeptBeyond(bytes);
 }
 
 BufferPoolStatistics GetBufferPoolStatistics() {
-    return Pool().Statistics();
+    BufferPoolStatistics statistics = Pool().Statistics();
+    for (CacheKeeper const& keeper : AllKeepers()) {
+        statistics.readerBytes += keeper.keptBytes();
+    }
+    return statistics;
 }
 
 void ReleaseCachedBuffers() {
     Pool().ReleaseCached(0);
+    ReleaseKeptBeyond(0);
 }
 
 }  // namespace zel::core

@@ -27,15 +27,18 @@ struct BufferPoolStatistics {
     std::uint64_t hits = 0;    // requests served from the cache
     std::uint64_t misses = 0;  // requests that took fresh memory
     std::size_t bound = 0;     // the most bytes the cache keeps
+    // Memory that the store readers keep for their next document (the JSON parser's, as reserved),
+    // under the same bound and released with the cache, counted apart from the buffers.
+    std::size_t readerBytes = 0;
 };
 
 inline constexpr std::size_t c_defaultBufferCacheBound = std::size_t{1} << 30;
 
 // Sets the most bytes the cache keeps (0 keeps nothing), releasing the oldest cached buffers
-// beyond it at once. Buffers in use are not affected.
+// beyond it at once, and what a reader keeps beyond it. Buffers in use are not affected.
 void SetBufferCacheBound(std::size_t bytes);
 BufferPoolStatistics GetBufferPoolStatistics();
-// Releases every cached buffer to the system; the bound stays.
+// Releases every cached buffer, and what the readers keep, to the system; the bound stays.
 void ReleaseCachedBuffers();
 
 }  // namespace zel::core
