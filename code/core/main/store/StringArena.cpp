@@ -7,10 +7,13 @@
 #include <cstdint>
 #include <new>
 
+#include "zel/core/utility/HugePageAllocator.h"
+
 namespace zel::core::detail {
 
+// A chunk of a huge page or more comes from the buffer pool and goes back to it.
 StringChunk* StringChunk::Create(std::size_t capacity, std::size_t references) {
-    void* const block = ::operator new(sizeof(StringChunk) + capacity);
+    void* const block = AllocateBuffer(sizeof(StringChunk) + capacity, alignof(StringChunk));
     return new (block) StringChunk(capacity, references);
 }
 
@@ -20,8 +23,9 @@ StringEntry* StringChunk::MakeSingle(std::size_t length) {
 
 // The entries are not destroyed one by one: their texts took all their memory from this block.
 void StringChunk::Destroy() noexcept {
+    std::size_t const bytes = GetAllocatedBytes();
     this->~StringChunk();
-    ::operator delete(static_cast<void*>(this));
+    FreeBuffer(this, bytes, alignof(StringChunk));
 }
 
 }  // namespace zel::core::detail
@@ -50,8 +54,11 @@ detail::StringChunk* StringArena::OtherChunkFor(std::size_t length) {
     if (detail::StringChunk::NeedFor(length) > m_chunkBytes / 4) {
         return detail::StringChunk::Create(detail::StringChunk::NeedFor(length), 1);
     }
+    if (m_chunk != nullptr) {
+        m_chunkBytes = std::min(2 * m_chunkBytes, m_largestChunkBytes);
+    }
     Retire();
-    m_chunk = detail::StringChunk::Create(m_chunkBytes, c_heldBack);
+    m_chunk = detail::StringChunk::Create(m_chunkBytes - sizeof(detail::StringChunk), c_heldBack);
     m_heldBack = c_heldBack - 1;
     return m_chunk;
 }

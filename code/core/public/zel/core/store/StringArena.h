@@ -2,10 +2,12 @@
 
 #pragma GCC visibility push(default)
 
+#include <algorithm>
 #include <cstddef>
 #include <string_view>
 
 #include "zel/core/store/RIndirectString.h"
+#include "zel/core/utility/HugePageAllocator.h"
 
 namespace zel::core {
 
@@ -22,9 +24,17 @@ namespace zel::core {
 // returns inside a columnar run land in the run's arena without the function knowing.
 class StringArena {
 public:
+    // The first chunk of an arena takes `chunkBytes`; each next one twice its predecessor, up to
+    // `largestChunkBytes`. A few texts cost little, and a large column takes chunks of a huge page,
+    // which come from the buffer pool and so are already in place when a later run needs them.
     static constexpr std::size_t c_defaultChunkBytes = 64 * 1024;
+    static constexpr std::size_t c_largestChunkBytes = c_hugePageSize;
+    static constexpr std::size_t c_smallestChunkBytes = 1024;
 
-    explicit StringArena(std::size_t chunkBytes = c_defaultChunkBytes) noexcept : m_chunkBytes(chunkBytes) {}
+    explicit StringArena(std::size_t chunkBytes = c_defaultChunkBytes,
+                         std::size_t largestChunkBytes = c_largestChunkBytes) noexcept
+        : m_chunkBytes(std::max(chunkBytes, c_smallestChunkBytes)),
+          m_largestChunkBytes(std::max(m_chunkBytes, largestChunkBytes)) {}
     ~StringArena();
     StringArena(StringArena const&) = delete;
     StringArena& operator=(StringArena const&) = delete;
@@ -80,7 +90,8 @@ private:
     detail::StringChunk* OtherChunkFor(std::size_t length);
     void Retire() noexcept;
 
-    std::size_t const m_chunkBytes;
+    std::size_t m_chunkBytes;  // the block size of the open chunk, or of the first one
+    std::size_t const m_largestChunkBytes;
     detail::StringChunk* m_chunk = nullptr;
     std::size_t m_heldBack = 0;  // references of m_chunk not yet handed to a handle
 };
