@@ -42,8 +42,9 @@ Kept& TheKept() {
 }  // namespace
 
 std::size_t JsonParserCache::ReservedBytes(std::size_t capacity) noexcept {
-    // The tape (8 bytes a byte), the structural indexes (4), the string buffer (5/3).
-    return capacity * 8 + capacity * 4 + capacity * 5 / 3;
+    // The tape (8 bytes a byte), the structural indexes (4), the string buffer (5/3), and the
+    // padded copy of the text (1).
+    return capacity * 8 + capacity * 4 + capacity * 5 / 3 + capacity;
 }
 
 std::unique_ptr<simdjson::dom::parser> JsonParserCache::Take() {

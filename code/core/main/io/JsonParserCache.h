@@ -7,7 +7,7 @@
 namespace zel::core::io_detail {
 
 // The JSON reader's parser, kept from one document to the next. A parser sized for a document
-// reserves about fourteen bytes for each byte of it, and memory taken fresh costs a page fault and
+// reserves about fifteen bytes for each byte of it, and memory taken fresh costs a page fault and
 // a page clear on first touch: for a large document a fifth of the load. One parser is kept, while
 // what it reserves stays within the buffer cache's bound (SetBufferCacheBound); lowering the bound
 // below it, or ReleaseCachedBuffers, releases it.

@@ -214,8 +214,7 @@ public:
 
     // The strings of the document are packed into one arena's chunks.
     ValuePtr Read(bool root) {
-        StringArena strings;
-        StringArena::Scope const stringScope(strings);
+        StringArena::Scope const stringScope(m_strings);
         // The parser's memory is taken back from the last load, and given back whether or not
         // this one reads: its tape is never read after the document.
         struct Lease {
@@ -223,7 +222,10 @@ public:
             ~Lease() { JsonParserCache::Give(std::move(parser)); }
         } const lease;
         dom::element document;
-        if (auto const error = lease.parser->parse(m_text).get(document)) {
+        // The parser copies the text into a padded buffer of its own, which it keeps. An empty
+        // view may have no address, which the copy must not be given.
+        char const* const text = m_text.empty() ? "" : m_text.data();
+        if (auto const error = lease.parser->parse(text, m_text.size(), true).get(document)) {
             FailDocument(error);
         }
         ValuePtr result = ParseValue(document, Slot::Entry, nullptr);
@@ -273,7 +275,7 @@ private:
         if (element) {
             where += "element " + std::to_string(*element) + ", ";
         }
-        where += LineAndColumn(LocatePointer(m_text, m_path)) + ")";
+        where += LineAndColumn(LocatePointer(simdjson::padded_string(m_text), m_path)) + ")";
         ThrowFormatError("JSON store: " + what + where);
     }
 
@@ -301,7 +303,8 @@ private:
             ThrowFormatError("JSON store: an empty document");
         }
         std::string what;
-        std::size_t const offset = SyntaxLocator(m_text).Locate(what);
+        simdjson::padded_string const padded(m_text);
+        std::size_t const offset = SyntaxLocator(padded).Locate(what);
         if (error == simdjson::DEPTH_ERROR) {
             what = "nesting deeper than " + std::to_string(StoreValueParser::c_maxJsonDepth) + " levels";
         }
@@ -328,7 +331,7 @@ private:
 
     RIndirectString String(std::string_view utf8, std::optional<std::size_t> element) {
         try {
-            return StringOfUtf8(utf8);
+            return StringOfUtf8(utf8, m_strings);
         } catch (TStringEncodingException const&) {
             Fail("text that is not UTF-8", element);
         }
@@ -871,12 +874,49 @@ private:
         Nest const nest(*this);
         dom::array const array = Get<dom::array>(value.get_array(), "an array");
         column.values->reserve(array.size());
+        StoreType const storeType = type.GetStoreType();
         for (dom::element const element : array) {
+            if (PushPlainElement(element, storeType, column)) {
+                continue;
+            }
             T out{};
             SpecialKind special = SpecialKind::None;
             ParseElement<T>(element, type, column.size(), out, special);
             column.Push(std::move(out), special);
         }
+    }
+
+    // The common elements straight into the column: an integer in an int32 or int64 column, a
+    // number with a fraction or an exponent in a double column, a string in a string column.
+    // Returns false for every other element (nulls, specials, integers out of range or in a
+    // double column, wrong kinds), which the general path reads or refuses.
+    template <class T>
+    bool PushPlainElement(dom::element element, StoreType storeType, Column<T>& column) {
+        Type const jsonType = element.type();
+        if constexpr (std::is_same_v<T, unsigned int>) {
+            if (storeType == StoreType::Int32 && jsonType == Type::INT64) {
+                std::int64_t const number = element.get_int64().value_unsafe();
+                if (number >= std::numeric_limits<int>::min() && number <= std::numeric_limits<int>::max()) {
+                    column.Push(static_cast<unsigned int>(static_cast<int>(number)), SpecialKind::None);
+                    return true;
+                }
+            }
+        } else if constexpr (std::is_same_v<T, unsigned long long>) {
+            if (storeType == StoreType::Double && jsonType == Type::DOUBLE) {
+                column.Push(std::bit_cast<unsigned long long>(element.get_double().value_unsafe()), SpecialKind::None);
+                return true;
+            }
+            if (storeType == StoreType::Int64 && jsonType == Type::INT64) {
+                column.Push(static_cast<unsigned long long>(element.get_int64().value_unsafe()), SpecialKind::None);
+                return true;
+            }
+        } else if constexpr (std::is_same_v<T, RIndirectString>) {
+            if (jsonType == Type::STRING) {
+                column.Push(String(element.get_string().value_unsafe(), column.size()), SpecialKind::None);
+                return true;
+            }
+        }
+        return false;
     }
 
     std::vector<unsigned int> ParseIndices(dom::element value) {
@@ -1255,7 +1295,8 @@ private:
         }
     }
 
-    simdjson::padded_string m_text;
+    std::string_view m_text;  // the caller's, for as long as the reader lives
+    StringArena m_strings;    // the document's strings
     StoreValueParser::ReadOptions m_options;
     std::vector<std::string> m_path;
     // The declared types by entry key, and the key of the key-map entry being read.

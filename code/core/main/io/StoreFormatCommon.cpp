@@ -36,18 +36,6 @@ void WriterPath::Fail(std::string const& what) const {
     ThrowFormatError(std::string(m_writerName) + ": " + what + " at " + (path.empty() ? "the root" : path));
 }
 
-namespace {
-
-bool IsAscii(std::string_view utf8) noexcept {
-    unsigned char high = 0;
-    for (char const c : utf8) {
-        high |= static_cast<unsigned char>(c);
-    }
-    return high < 0x80;
-}
-
-}  // namespace
-
 TStringCore TextOfUtf8(std::string_view utf8) {
     if (IsAscii(utf8)) {
         return TStringCore(TStringCore::Text(utf8.begin(), utf8.end()));
@@ -55,10 +43,7 @@ TStringCore TextOfUtf8(std::string_view utf8) {
     return TStringCore::FromUtf8(utf8);
 }
 
-RIndirectString StringOfUtf8(std::string_view utf8) {
-    if (IsAscii(utf8)) {
-        return RIndirectString::MakeCopy(utf8.begin(), utf8.size());
-    }
+RIndirectString StringOfNonAsciiUtf8(std::string_view utf8) {
     return RIndirectString(TStringCore::FromUtf8(utf8));
 }
 

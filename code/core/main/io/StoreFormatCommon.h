@@ -12,6 +12,7 @@
 
 #include "store/array/ArrayValue.h"
 #include "zel/core/store/RIndirectString.h"
+#include "zel/core/store/StringArena.h"
 #include "zel/core/store/StoreTypeDispatcher.h"
 #include "zel/core/store/StoreTypeInfo.h"
 #include "zel/core/store/StoreValue.h"
@@ -54,8 +55,29 @@ private:
 // The text of UTF-8 bytes; TStringEncodingException with the offset when they are no UTF-8. ASCII,
 // the common case of store strings, is widened without decoding.
 TStringCore TextOfUtf8(std::string_view utf8);
-// The same as a string handle, made in this thread's current string arena when one is open.
-RIndirectString StringOfUtf8(std::string_view utf8);
+// Whether every byte is below 0x80.
+inline bool IsAscii(std::string_view utf8) noexcept {
+    unsigned char high = 0;
+    for (char const c : utf8) {
+        high |= static_cast<unsigned char>(c);
+    }
+    return high < 0x80;
+}
+// The same as a string handle, made in this thread's current string arena when one is open, or
+// in `arena`. ASCII is inlined into the readers' loops, since it is most of what they read.
+RIndirectString StringOfNonAsciiUtf8(std::string_view utf8);
+inline RIndirectString StringOfUtf8(std::string_view utf8) {
+    if (IsAscii(utf8)) {
+        return RIndirectString::MakeCopy(utf8.begin(), utf8.size());
+    }
+    return StringOfNonAsciiUtf8(utf8);
+}
+inline RIndirectString StringOfUtf8(std::string_view utf8, StringArena& arena) {
+    if (IsAscii(utf8)) {
+        return arena.MakeCopy(utf8.begin(), utf8.size());
+    }
+    return StringOfNonAsciiUtf8(utf8);
+}
 
 // A parsed type text: "int32", "string(nocase)", "array<array<double>>", "keyset<string,int64>",
 // "none". Each node is a type and its arguments: the element type of an array or set (whose own
