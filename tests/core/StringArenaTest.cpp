@@ -11,6 +11,7 @@
 #include "zel/core/store/ITypedArray.h"
 #include "zel/core/store/RIndirectString.h"
 #include "zel/core/store/StringArena.h"
+#include "zel/core/utility/BufferPool.h"
 
 namespace zel::test {
 namespace {
@@ -159,6 +160,36 @@ TEST(StringArenaTest, HandlesCrossThreads) {
         thread.join();
     }
     texts.clear();
+}
+
+// An arena's chunks double from the first size to a huge page; chunks of a huge page go back to
+// the buffer pool with their last text and serve the next large column.
+TEST(StringArenaTest, ChunksGrowToAHugePageThatThePoolServesAgain) {
+    core::SetBufferCacheBound(core::c_defaultBufferCacheBound);
+    auto const fill = [] {
+        StringArena arena;
+        std::vector<RIndirectString> column;
+        for (int i = 0; i < 200'000; ++i) {
+            column.push_back(arena.Make(L"text number " + std::to_wstring(i)));
+        }
+        return column;
+    };
+    std::vector<RIndirectString> column = fill();
+    std::set<std::size_t> sizes;
+    for (auto const& text : column) {
+        sizes.insert(text.GetStorageBytes());
+    }
+    EXPECT_EQ(*sizes.begin(), StringArena::c_defaultChunkBytes);
+    EXPECT_EQ(*sizes.rbegin(), StringArena::c_largestChunkBytes);
+    EXPECT_GE(sizes.size(), 5u);  // every size in between
+
+    auto const before = core::GetBufferPoolStatistics();
+    RIndirectString::ReleaseAll(column.data(), column.size());
+    auto const returned = core::GetBufferPoolStatistics();
+    EXPECT_GT(returned.cachedBytes, before.cachedBytes);
+    column = fill();
+    EXPECT_GT(core::GetBufferPoolStatistics().hits, returned.hits);
+    EXPECT_EQ(column.back().View(), L"text number 199999");
 }
 
 // A loaded column of strings costs a few chunks, and its memory report counts each chunk once.
