@@ -892,27 +892,28 @@ private:
     // double column, wrong kinds), which the general path reads or refuses.
     template <class T>
     bool PushPlainElement(dom::element element, StoreType storeType, Column<T>& column) {
-        Type const jsonType = element.type();
         if constexpr (std::is_same_v<T, unsigned int>) {
-            if (storeType == StoreType::Int32 && jsonType == Type::INT64) {
-                std::int64_t const number = element.get_int64().value_unsafe();
-                if (number >= std::numeric_limits<int>::min() && number <= std::numeric_limits<int>::max()) {
-                    column.Push(static_cast<unsigned int>(static_cast<int>(number)), SpecialKind::None);
-                    return true;
-                }
-            }
-        } else if constexpr (std::is_same_v<T, unsigned long long>) {
-            if (storeType == StoreType::Double && jsonType == Type::DOUBLE) {
-                column.Push(std::bit_cast<unsigned long long>(element.get_double().value_unsafe()), SpecialKind::None);
+            // get_int64 reads integers only: a number with a fraction or an exponent fails it.
+            std::int64_t number = 0;
+            if (storeType == StoreType::Int32 && element.get_int64().get(number) == simdjson::SUCCESS &&
+                number >= std::numeric_limits<int>::min() && number <= std::numeric_limits<int>::max()) {
+                column.PushValue(static_cast<unsigned int>(static_cast<int>(number)));
                 return true;
             }
-            if (storeType == StoreType::Int64 && jsonType == Type::INT64) {
-                column.Push(static_cast<unsigned long long>(element.get_int64().value_unsafe()), SpecialKind::None);
+        } else if constexpr (std::is_same_v<T, unsigned long long>) {
+            if (storeType == StoreType::Double && element.type() == Type::DOUBLE) {
+                column.PushValue(std::bit_cast<unsigned long long>(element.get_double().value_unsafe()));
+                return true;
+            }
+            std::int64_t number = 0;
+            if (storeType == StoreType::Int64 && element.get_int64().get(number) == simdjson::SUCCESS) {
+                column.PushValue(static_cast<unsigned long long>(number));
                 return true;
             }
         } else if constexpr (std::is_same_v<T, RIndirectString>) {
-            if (jsonType == Type::STRING) {
-                column.Push(String(element.get_string().value_unsafe(), column.size()), SpecialKind::None);
+            std::string_view text;
+            if (element.get_string().get(text) == simdjson::SUCCESS) {
+                column.PushValue(String(text, column.size()));
                 return true;
             }
         }

@@ -142,6 +142,13 @@ struct Column {
             specials->push_back(special);
         }
     }
+    // An ordinary value: no special kind to note unless specials came before.
+    void PushValue(T value) {
+        values->push_back(std::move(value));
+        if (specials) [[unlikely]] {
+            specials->push_back(SpecialKind::None);
+        }
+    }
     std::size_t size() const { return values->size(); }
     SpecialKind SpecialAt(std::size_t index) const {
         return specials ? (*specials)[index] : SpecialKind::None;
