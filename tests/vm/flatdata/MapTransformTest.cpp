@@ -5,12 +5,14 @@
 
 #include <bit>
 #include <cmath>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "vm/flatdata/MapTestSupport.h"
 #include "zel/core/store/IStoreArray.h"
 #include "zel/core/store/StoreValueFactory.h"
+#include "zel/core/utility/StreamingStore.h"
 #include "zel/vm/host/DataStoreUpdater.h"
 
 namespace zel::test::map {
@@ -253,6 +255,33 @@ TEST_F(MapTest, LargeColumnsGiveTheSameRowsInParallelAsSerially) {
         EXPECT_EQ(negativeRow.special, special ? SpecialKind::Error : SpecialKind::None);
         EXPECT_EQ(negativeRow.value, special ? std::nullopt : std::optional(-7000.5 * 3));
         EXPECT_EQ(RowOf(inParallel, count - 1).value, (count - 0.5) * (special ? 10 : 3));
+    }
+}
+
+// A result larger than the cache is written past it, a piece of a block at a time: rows must be
+// exact at every piece and block edge, with blocks whose rows start off a 16-byte boundary, on one
+// thread and on two. A function that may leave rows unwritten still finds them at their initial
+// value.
+TEST_F(MapTest, AResultLargerThanTheCacheIsExactInEveryRow) {
+    unsigned int const count = static_cast<unsigned int>(core::c_streamingStoreBytes / sizeof(double)) + 3;
+    Value const input = Doubles(Ramp(count, 5));
+    for (unsigned int blockSize : {999u, 5000u}) {
+        for (bool parallel : {false, true}) {
+            SCOPED_TRACE(testing::Message() << "blocks of " << blockSize << (parallel ? ", parallel" : ""));
+            VMOptions options = SmallBlocks(blockSize);
+            options.SetUseParallelTransforms(parallel);
+            options.SetMaxWorkerThreadsToUse(2);
+            std::vector<double> const values = Ramp(count, 5);
+            std::vector<std::optional<double>> expected(values.begin(), values.end());
+            for (auto& value : expected) {
+                *value *= 3.0;
+            }
+            ExpectRows(RunProgram(MapProgram("multiply(3.0)"), {{L"a", input}}, options), expected);
+            for (std::size_t row = 0; row < count; ++row) {
+                expected[row] = values[row] > 0 ? values[row] : 0.0;
+            }
+            ExpectRows(RunProgram(MapProgram("probe_positive()"), {{L"a", input}}, options), expected);
+        }
     }
 }
 

@@ -8,6 +8,7 @@
 #include "vorsys/thread/AsyncTask.h"
 #include "vorsys/thread/TThreadPool.h"
 #include "vorsys/thread/WaitForAll.h"
+#include "zel/core/utility/StreamingStore.h"
 
 namespace zel::vm {
 
@@ -55,6 +56,9 @@ bool ParallelTransformWorkQueue::Run(std::vector<std::unique_ptr<ITransformTask>
 }
 
 void WorkerLoop(unsigned int threadIndex, std::shared_ptr<IParallelWorkQueue> queue) {
+    // A task may write its results with streaming stores: they are fenced after each batch, and on
+    // the way out whichever way that is, so that what a thread wrote is visible once counted.
+    core::StreamingStoreFence const fence;
     try {
         for (;;) {
             auto const batch = queue->GetNextBatch();
@@ -67,6 +71,7 @@ void WorkerLoop(unsigned int threadIndex, std::shared_ptr<IParallelWorkQueue> qu
                     return;
                 }
             }
+            core::FenceStreamingStores();
             queue->AddCompleted(batch.size());
         }
     } catch (...) {

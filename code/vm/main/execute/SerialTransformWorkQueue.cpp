@@ -1,4 +1,5 @@
 #include "execute/WorkQueue.h"
+#include "zel/core/utility/StreamingStore.h"
 
 namespace zel::vm {
 
@@ -7,6 +8,8 @@ unsigned int SerialTransformWorkQueue::GetThreadCount() const {
 }
 
 bool SerialTransformWorkQueue::Run(std::vector<std::unique_ptr<ITransformTask>>& tasks) {
+    // Tasks may stream their results past the cache: fenced once, however the run ends.
+    core::StreamingStoreFence const fence;
     for (auto const& task : tasks) {
         if (!task->Run(0)) {
             return false;

@@ -6,6 +6,7 @@
 #include "execute/WorkQueue.h"
 #include "transform/flatdata/FlatDataTask.h"
 #include "utility/StridedIndexGenerator.h"
+#include "zel/core/utility/StreamingStore.h"
 #include "zel/core/store/IStoreArray.h"
 #include "zel/core/utility/ZelCheck.h"
 
@@ -151,6 +152,8 @@ void TransformFlatData<T>::TransformVectorized(ITypedArray<T> const& inputArray,
     if (!parameters.runInParallel) {
         // On the calling thread the blocks run in order as they are cut: no task is kept, so a
         // long column costs no allocation per block.
+        // A handler may stream its blocks past the cache: fenced once, however the run ends.
+        core::StreamingStoreFence const fence;
         FlatDataScratch<T> scratch(1);
         while (blocks.Next()) {
             unsigned int const start = blocks.GetStartIndex();

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <memory>
 #include <span>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -20,6 +21,7 @@
 #include "zel/core/functions/ZelFunctions.h"
 #include "zel/core/store/ArrayFactory.h"
 #include "zel/core/store/KeySegmentType.h"
+#include "zel/core/utility/StreamingStore.h"
 #include "zel/vm/transform/RawData.h"
 
 namespace zel::vm {
@@ -163,11 +165,38 @@ public:
                         unsigned int row) override {
         RawDataView const block = view.SubView(row, values.size());
         std::span<OutStorage> const out = block.GetElements<OutStorage>();
+        if constexpr (std::is_arithmetic_v<OutStorage>) {
+            // A function that may leave rows unwritten keeps its plain path: the buffer's rows
+            // start filled, and a piece would carry unwritten rows over them.
+            if (m_functions.WritesEverySlot() &&
+                std::size_t{view.GetLength()} * sizeof(OutStorage) >= core::c_streamingStoreBytes) {
+                StreamBlock(values, out);
+                return;
+            }
+        }
         m_regularFunction->CallBlock(AsLogicalSpan<In>(values.data(), values.size()),
                                      AsLogicalSpan<Out>(out.data(), out.size()));
     }
 
 private:
+    // A result too large to stay in the cache: the function writes each piece of the block into a
+    // small buffer that stays in the first-level cache, and the piece goes on to the result with
+    // streaming stores, which write each line of the result once instead of reading it first. Whoever
+    // runs the blocks fences once they are done.
+    void StreamBlock(core::ArrayView<InStorage const> values, std::span<OutStorage> out)
+        requires std::is_arithmetic_v<OutStorage>
+    {
+        constexpr std::size_t c_pieceBytes = 8192;
+        constexpr std::size_t c_pieceRows = c_pieceBytes / sizeof(OutStorage);
+        alignas(64) OutStorage piece[c_pieceRows];
+        for (std::size_t start = 0; start < out.size(); start += c_pieceRows) {
+            std::size_t const rows = std::min(c_pieceRows, out.size() - start);
+            m_regularFunction->CallBlock(AsLogicalSpan<In>(values.data() + start, rows),
+                                         AsLogicalSpan<Out>(piece, rows));
+            core::CopyPastCache(out.data() + start, piece, rows * sizeof(OutStorage));
+        }
+    }
+
     // One call of the function for the one value of a constant column, in a run of its own.
     std::pair<Out, core::SpecialKind> EvaluateOnce(TransformValues const& inputs, InStorage const& value,
                                                    core::SpecialKind special) {
