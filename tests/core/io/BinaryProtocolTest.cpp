@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <span>
+#include <string>
 
 #include "core/io/StoreFormatTestSupport.h"
 #include "zel/core/utility/ZelDebugReport.h"
@@ -30,6 +31,21 @@ Bytes Store(Bytes const& value) {
     Append32(bytes, 1);
     bytes.push_back('a');
     bytes.insert(bytes.end(), value.begin(), value.end());
+    return bytes;
+}
+
+// A store whose "a" is a flat string column of the texts between `offsets` in `text`. Its text
+// bytes start at byte offset 32 + 4 * offsets.size().
+Bytes StringColumn(std::vector<std::uint32_t> const& offsets, Bytes const& text) {
+    Bytes bytes = Store({10, 0, 5});
+    Append32(bytes, 0);
+    bytes.insert(bytes.end(), {255, 0});
+    Append32(bytes, static_cast<std::uint32_t>(offsets.size() - 1));
+    for (std::uint32_t const offset : offsets) {
+        Append32(bytes, offset);
+    }
+    bytes.insert(bytes.end(), text.begin(), text.end());
+    bytes.push_back(0);
     return bytes;
 }
 
@@ -127,22 +143,10 @@ TEST(BinaryProtocol, BadStreamsNameWhatAndTheOffset) {
     Append32(hugeString, 0xFFFFFFF0);
     ExpectBinaryError(hugeString, {"truncated string", "4294967280 bytes wanted"});
     // Strings: offsets that go backwards, bytes that are no UTF-8.
-    auto strings = [](std::initializer_list<std::uint32_t> offsets, Bytes const& text) {
-        Bytes bytes = Store({10, 0, 5});
-        Append32(bytes, 0);
-        bytes.insert(bytes.end(), {255, 0});
-        Append32(bytes, static_cast<std::uint32_t>(offsets.size() - 1));
-        for (std::uint32_t const offset : offsets) {
-            Append32(bytes, offset);
-        }
-        bytes.insert(bytes.end(), text.begin(), text.end());
-        bytes.push_back(0);
-        return bytes;
-    };
-    ExpectBinaryError(strings({0, 3, 1, 4}, {'a', 'b', 'c', 'd'}),
+    ExpectBinaryError(StringColumn({0, 3, 1, 4}, {'a', 'b', 'c', 'd'}),
                       {"string offsets go backwards or past the bytes at element 1"});
-    ExpectBinaryError(strings({0, 2, 1}, {'a'}), {"past the bytes at element 0"});
-    ExpectBinaryError(strings({0, 1}, {0xFF}), {"string 0 is not UTF-8", "byte offset 40"});
+    ExpectBinaryError(StringColumn({0, 2, 1}, {'a'}), {"past the bytes at element 0"});
+    ExpectBinaryError(StringColumn({0, 1}, {0xFF}), {"string 0 is not UTF-8", "byte offset 40"});
     // Indices past the values, an unknown layout, an unknown collation.
     Bytes indexed = Store({10, 0, 1, 255, 1});
     Append32(indexed, 1);
@@ -157,6 +161,47 @@ TEST(BinaryProtocol, BadStreamsNameWhatAndTheOffset) {
     Append32(collation, 3);
     collation.insert(collation.end(), {'x', 'y', 'z'});
     ExpectBinaryError(collation, {"unknown collation \"xyz\"", "byte offset 20"});
+}
+
+// A long string column is read in pieces on several threads: every text lands in its own row,
+// and of several bad elements the first is reported, whichever piece it is in.
+TEST(BinaryProtocol, ALongStringColumnIsExactAndReportsItsFirstBadElement) {
+    constexpr std::uint32_t c_count = 200'000;
+    std::vector<std::uint32_t> offsets;
+    Bytes text;
+    for (std::uint32_t i = 0; i < c_count; ++i) {
+        offsets.push_back(static_cast<std::uint32_t>(text.size()));
+        for (char const c : std::to_string(i)) {
+            text.push_back(static_cast<std::uint8_t>(c));
+        }
+    }
+    offsets.push_back(static_cast<std::uint32_t>(text.size()));
+    Bytes const good = StringColumn(offsets, text);
+    BinaryProtocolReader reader(good.data(), good.size());
+    auto const column = StoreValueParser::MakeDataStore(reader)->GetValue(KeyPath(L"a"));
+    auto const& rows = column->AsTypedArray<RIndirectString>();
+    ASSERT_EQ(rows.GetCount(), c_count);
+    for (std::uint32_t i = 0; i < c_count; ++i) {
+        ASSERT_EQ(rows.GetValue(i).View(), std::to_wstring(i)) << "row " << i;
+    }
+
+    std::size_t const textAt = 32 + 4 * offsets.size();
+    auto const notUtf8 = [&](Bytes& bytes, std::uint32_t element) { bytes[textAt + offsets[element]] = 0xFF; };
+    auto const backwards = [&](Bytes& bytes, std::uint32_t element) {
+        std::uint32_t const end = offsets[element] - 1;
+        for (std::size_t k = 0; k < 4; ++k) {
+            bytes[32 + 4 * (element + 1) + k] = static_cast<std::uint8_t>(end >> (8 * k));
+        }
+    };
+    Bytes late = good;
+    notUtf8(late, 190'000);
+    ExpectBinaryError(late, {"string 190000 is not UTF-8",
+                             "byte offset " + std::to_string(textAt + offsets[190'000])});
+    Bytes twoBad = late;
+    backwards(twoBad, 120'000);
+    ExpectBinaryError(twoBad, {"past the bytes at element 120000"});
+    notUtf8(twoBad, 3);
+    ExpectBinaryError(twoBad, {"string 3 is not UTF-8"});
 }
 
 TEST(BinaryProtocol, NestingIsLimited) {

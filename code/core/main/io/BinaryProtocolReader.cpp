@@ -3,9 +3,11 @@
 #include <bit>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <string>
 
 #include "io/BinaryProtocol.h"
+#include "io/ReadInPieces.h"
 #include "io/StoreFormatCommon.h"
 #include "zel/core/io/StoreValueParser.h"
 #include "zel/core/store/ArrayFactory.h"
@@ -50,6 +52,12 @@ std::span<std::uint8_t const> BinaryProtocolReader::ReadBytes(std::size_t count,
 }
 
 namespace {
+
+// Where an element of a column cannot be read, and why.
+struct StringFailure {
+    std::size_t at;
+    std::string what;
+};
 
 template <class U>
 U ReadLittleEndian(std::span<std::uint8_t const> bytes) {
@@ -315,20 +323,37 @@ private:
             }
             std::size_t const bytesAt = m.GetOffset();
             auto const bytes = m.ReadBytes(offset(count), "string bytes");
-            values->reserve(count);
-            for (std::uint32_t i = 0; i < count; ++i) {
-                std::uint32_t const begin = offset(i);
-                std::uint32_t const end = offset(i + 1);
-                if (end < begin || end > bytes.size()) {
-                    m.FailAt(offsetsAt + 4 * (i + 1),
-                             "string offsets go backwards or past the bytes at element " + std::to_string(i));
+            // Each text is found through its own offsets, so pieces of a long column are read on
+            // several threads; the first failure of the column is the one reported.
+            values->resize(count);
+            // One slot per piece: a piece is at least c_smallestPiece long, so the first element
+            // of each falls in a slot of its own, and the slots are in the order of the pieces.
+            std::vector<std::optional<StringFailure>> failures(count / io_detail::c_smallestPiece + 1);
+            io_detail::ReadInPieces(count, [&](std::size_t first, std::size_t last) {
+                StringArena& arena = *StringArena::Current();
+                for (std::size_t i = first; i < last; ++i) {
+                    std::uint32_t const begin = offset(i);
+                    std::uint32_t const end = offset(i + 1);
+                    if (end < begin || end > bytes.size()) {
+                        failures[first / io_detail::c_smallestPiece] = StringFailure{
+                            offsetsAt + 4 * (i + 1),
+                            "string offsets go backwards or past the bytes at element " + std::to_string(i)};
+                        return;
+                    }
+                    try {
+                        (*values)[i] = StringOfUtf8(
+                            std::string_view(reinterpret_cast<char const*>(bytes.data()) + begin, end - begin),
+                            arena);
+                    } catch (TStringEncodingException const& e) {
+                        failures[first / io_detail::c_smallestPiece] =
+                            StringFailure{bytesAt + begin + e.GetOffset(), "string " + std::to_string(i) + " is not UTF-8"};
+                        return;
+                    }
                 }
-                try {
-                    values->push_back(StringOfUtf8(
-                        std::string_view(reinterpret_cast<char const*>(bytes.data()) + begin, end - begin)));
-                } catch (TStringEncodingException const& e) {
-                    m.FailAt(bytesAt + begin + e.GetOffset(),
-                             "string " + std::to_string(i) + " is not UTF-8");
+            });
+            for (auto const& failure : failures) {
+                if (failure) {
+                    m.FailAt(failure->at, failure->what);
                 }
             }
         } else if constexpr (std::is_same_v<T, ValuePtr>) {
