@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <string>
 
 #include "core/io/StoreFormatTestSupport.h"
@@ -195,6 +196,65 @@ TEST(JsonStoreReader, BadInputNamesWhatAndWhere) {
             },
             {bound == ~std::uint32_t{0} ? "elements to hash" : "rows a value may expand to", "/a"});
     }
+}
+
+// A long column's plain elements are read in pieces on several threads, each up to its first
+// element that is not plain; the rest of the column is read in order from the first such element.
+// Rows are exact whichever way they were read, and of several bad elements the first is named.
+TEST(JsonStoreReader, ALongColumnIsExactAndNamesItsFirstBadElement) {
+    constexpr std::size_t c_count = 200'000;
+    // `element(i)` is the JSON text of row i of a column of `type`.
+    auto const column = [&](char const* type, auto const& element) {
+        std::string json = std::string("{\"a\": {\"$type\": \"array<") + type + ">\", \"values\": [";
+        for (std::size_t i = 0; i < c_count; ++i) {
+            json += (i == 0 ? "" : ",") + element(i);
+        }
+        return json + "]}}";
+    };
+    auto const text = [](std::size_t i) { return (i % 7 == 0 ? "\u00e9" : "s") + std::to_string(i); };
+    auto const strings = [&](std::size_t i) { return "\"" + text(i) + "\""; };
+    auto const read = [](std::string const& json) {
+        return StoreValueParser::MakeDataStore(std::string_view(json))->GetValue(KeyPath(L"a"));
+    };
+    auto const expectStrings = [&](ValuePtr const& value, std::size_t nullRow) {
+        auto const& rows = value->AsTypedArray<RIndirectString>();
+        ASSERT_EQ(rows.GetCount(), c_count);
+        for (unsigned int i = 0; i < c_count; ++i) {
+            if (i == nullRow) {
+                ASSERT_EQ(rows.GetSpecial(i), SpecialKind::Null);
+                continue;
+            }
+            std::wstring const expected = (i % 7 == 0 ? L"\u00e9" : L"s") + std::to_wstring(i);
+            ASSERT_EQ(rows.GetValue(i).View(), expected) << "row " << i;
+            ASSERT_EQ(rows.GetSpecial(i), SpecialKind::None) << "row " << i;
+        }
+    };
+    expectStrings(read(column("string", strings)), c_count);
+    expectStrings(read(column("string", [&](std::size_t i) { return i == 150'000 ? "null" : strings(i); })), 150'000);
+    ExpectFormatError(
+        [&] {
+            read(column("string", [&](std::size_t i) {
+                return i == 90'000 || i == 170'000 ? std::to_string(i) : strings(i);
+            }));
+        },
+        {"/a/values/90000 (element 90000"});
+
+    // Numbers: an integer in a double column takes the general path and is exact; an int32 out of
+    // range is named, the first of two.
+    auto const doubles = read(column("double", [](std::size_t i) {
+        return i == 140'000 ? std::string("3") : std::to_string(i) + ".5";
+    }));
+    auto const& rows = doubles->AsTypedArray<unsigned long long>();
+    EXPECT_EQ(std::bit_cast<double>(rows.GetValue(140'000)), 3.0);
+    EXPECT_EQ(std::bit_cast<double>(rows.GetValue(139'999)), 139'999.5);
+    EXPECT_EQ(std::bit_cast<double>(rows.GetValue(c_count - 1)), c_count - 0.5);
+    ExpectFormatError(
+        [&] {
+            read(column("int32", [](std::size_t i) {
+                return i == 110'000 || i == 180'000 ? std::string("2147483648") : std::to_string(i);
+            }));
+        },
+        {"out of range for int32", "/a/values/110000 (element 110000"});
 }
 
 TEST(JsonStoreReader, NestingIsLimitedWhateverTheInput) {

@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "io/JsonParserCache.h"
+#include "io/ReadInPieces.h"
 #include "io/StoreFormatCommon.h"
 #include "zel/core/io/StoreValueParser.h"
 #include "zel/core/store/ArrayFactory.h"
@@ -873,9 +874,14 @@ private:
     void ParseColumn(dom::element value, StoreTypeInfo const& type, Column<T>& column) {
         Nest const nest(*this);
         dom::array const array = Get<dom::array>(value.get_array(), "an array");
-        column.values->reserve(array.size());
         StoreType const storeType = type.GetStoreType();
-        for (dom::element const element : array) {
+        dom::array::iterator next = array.begin();
+        if (column.size() == 0) {
+            next = ParseLeadingPlainElements(array, storeType, column);
+        }
+        column.values->reserve(array.size());
+        for (; next != array.end(); ++next) {
+            dom::element const element = *next;
             if (PushPlainElement(element, storeType, column)) {
                 continue;
             }
@@ -886,35 +892,126 @@ private:
         }
     }
 
-    // The common elements straight into the column: an integer in an int32 or int64 column, a
-    // number with a fraction or an exponent in a double column, a string in a string column.
-    // Returns false for every other element (nulls, specials, integers out of range or in a
-    // double column, wrong kinds), which the general path reads or refuses.
+    // The plain elements at the start of a long column (see PlainElement), read in pieces on
+    // several threads, each piece up to its first element that is not plain. Returns where the
+    // column goes on: its end, or the first such element, from which the general path reads the
+    // rest in order, so that every refusal and its message are those of a read in order.
+    template <class T>
+    dom::array::iterator ParseLeadingPlainElements(dom::array const& array, StoreType storeType,
+                                                   Column<T>& column) {
+        std::size_t const count = array.size();
+        if (!HasPlainElements<T>(storeType) || count < 2 * c_smallestPiece) {
+            return array.begin();
+        }
+        // A piece starts from the mark before its first element: one mark every c_smallestPiece
+        // elements, found in one walk over the array's tape.
+        std::vector<dom::array::iterator> marks;
+        marks.reserve(count / c_smallestPiece + 1);
+        std::size_t index = 0;
+        for (auto it = array.begin(); it != array.end(); ++it, ++index) {
+            if (index % c_smallestPiece == 0) {
+                marks.push_back(it);
+            }
+        }
+        auto const at = [&](std::size_t element) {
+            dom::array::iterator it = marks[element / c_smallestPiece];
+            for (std::size_t k = element % c_smallestPiece; k > 0; --k) {
+                ++it;
+            }
+            return it;
+        };
+        column.values->resize(count);
+        // Each piece notes its end and where it stopped, in the slot of its first element's mark:
+        // pieces are at least c_smallestPiece long, so no two share a slot.
+        struct PieceEnd {
+            std::size_t last = 0;
+            std::size_t stop = 0;
+        };
+        std::vector<PieceEnd> ends(marks.size());
+        ReadInPieces(count, [&](std::size_t first, std::size_t last) {
+            StringArena& arena = *StringArena::Current();
+            PieceEnd& end = ends[first / c_smallestPiece];
+            end = PieceEnd{last, last};
+            dom::array::iterator it = at(first);
+            for (std::size_t i = first; i < last; ++i, ++it) {
+                if (!PlainElement(*it, storeType, arena, (*column.values)[i])) {
+                    end.stop = i;
+                    return;
+                }
+            }
+        });
+        // The first element that a piece stopped at, following the pieces in order from the first.
+        std::size_t read = 0;
+        while (read < count && ends[read / c_smallestPiece].stop == ends[read / c_smallestPiece].last) {
+            read = ends[read / c_smallestPiece].last;
+        }
+        if (read < count) {
+            read = ends[read / c_smallestPiece].stop;
+        }
+        column.values->resize(read);
+        return read < count ? at(read) : array.end();
+    }
+
+    // A common element straight into the column: see PlainElement.
     template <class T>
     bool PushPlainElement(dom::element element, StoreType storeType, Column<T>& column) {
+        if constexpr (HasPlainElements<T>()) {
+            T value{};
+            if (PlainElement(element, storeType, m_strings, value)) {
+                column.PushValue(std::move(value));
+                return true;
+            }
+        }
+        return false;
+    }
+
+    // Whether a column of storage T and type `storeType` can have plain elements at all.
+    template <class T>
+    static constexpr bool HasPlainElements(std::optional<StoreType> storeType = std::nullopt) {
+        if constexpr (std::is_same_v<T, unsigned int>) {
+            return !storeType || *storeType == StoreType::Int32;
+        } else if constexpr (std::is_same_v<T, unsigned long long>) {
+            return !storeType || *storeType == StoreType::Int64 || *storeType == StoreType::Double;
+        } else if constexpr (std::is_same_v<T, RIndirectString>) {
+            return !storeType || *storeType == StoreType::String;
+        }
+        return false;
+    }
+
+    // The common elements, read in one step into `out`: an integer in an int32 or int64 column, a
+    // number with a fraction or an exponent in a double column, a string in a string column (its
+    // text made in `strings`). False for every other element (nulls, specials, integers out of
+    // range or in a double column, wrong kinds, text that is not UTF-8), which the general path
+    // reads or refuses. Touches nothing of the reader, so pieces of a column call it on any thread.
+    template <class T>
+    static bool PlainElement(dom::element element, StoreType storeType, StringArena& strings, T& out) {
         if constexpr (std::is_same_v<T, unsigned int>) {
             // get_int64 reads integers only: a number with a fraction or an exponent fails it.
             std::int64_t number = 0;
             if (storeType == StoreType::Int32 && element.get_int64().get(number) == simdjson::SUCCESS &&
                 number >= std::numeric_limits<int>::min() && number <= std::numeric_limits<int>::max()) {
-                column.PushValue(static_cast<unsigned int>(static_cast<int>(number)));
+                out = static_cast<unsigned int>(static_cast<int>(number));
                 return true;
             }
         } else if constexpr (std::is_same_v<T, unsigned long long>) {
             if (storeType == StoreType::Double && element.type() == Type::DOUBLE) {
-                column.PushValue(std::bit_cast<unsigned long long>(element.get_double().value_unsafe()));
+                out = std::bit_cast<unsigned long long>(element.get_double().value_unsafe());
                 return true;
             }
             std::int64_t number = 0;
             if (storeType == StoreType::Int64 && element.get_int64().get(number) == simdjson::SUCCESS) {
-                column.PushValue(static_cast<unsigned long long>(number));
+                out = static_cast<unsigned long long>(number);
                 return true;
             }
         } else if constexpr (std::is_same_v<T, RIndirectString>) {
             std::string_view text;
             if (element.get_string().get(text) == simdjson::SUCCESS) {
-                column.PushValue(String(text, column.size()));
-                return true;
+                try {
+                    out = StringOfUtf8(text, strings);
+                    return true;
+                } catch (TStringEncodingException const&) {
+                    return false;
+                }
             }
         }
         return false;
