@@ -305,57 +305,63 @@ private:
         }
     }
 
+    // `count` strings, as offsets and UTF-8 bytes, into `values` (a vector of RIndirectString).
+    template <class Vector>
+    void ReadStrings(Vector& values, std::uint32_t count) {
+        m.Align(4, "string offsets");
+        m.Require(std::uint64_t(count) + 1, 4, "string offsets");
+        std::size_t const offsetsAt = m.GetOffset();
+        auto const offsetBytes = m.ReadBytes((std::size_t(count) + 1) * 4, "string offsets");
+        auto offset = [&](std::size_t i) {
+            return ReadLittleEndian<std::uint32_t>(offsetBytes.subspan(i * 4, 4));
+        };
+        if (offset(0) != 0) {
+            m.FailAt(offsetsAt, "the first string offset is not 0");
+        }
+        std::size_t const bytesAt = m.GetOffset();
+        auto const bytes = m.ReadBytes(offset(count), "string bytes");
+        // Each text is found through its own offsets, so pieces of a long column are read on
+        // several threads; the first failure of the column is the one reported.
+        values.resize(count);
+        // One slot per piece: a piece is at least c_smallestPiece long, so the first element
+        // of each falls in a slot of its own, and the slots are in the order of the pieces.
+        std::vector<std::optional<StringFailure>> failures(count / io_detail::c_smallestPiece + 1);
+        io_detail::ReadInPieces(count, [&](std::size_t first, std::size_t last) {
+            StringArena& arena = *StringArena::Current();
+            for (std::size_t i = first; i < last; ++i) {
+                std::uint32_t const begin = offset(i);
+                std::uint32_t const end = offset(i + 1);
+                if (end < begin || end > bytes.size()) {
+                    failures[first / io_detail::c_smallestPiece] = StringFailure{
+                        offsetsAt + 4 * (i + 1),
+                        "string offsets go backwards or past the bytes at element " + std::to_string(i)};
+                    return;
+                }
+                try {
+                    values[i] = StringOfUtf8(
+                        std::string_view(reinterpret_cast<char const*>(bytes.data()) + begin, end - begin),
+                        arena);
+                } catch (TStringEncodingException const& e) {
+                    failures[first / io_detail::c_smallestPiece] =
+                        StringFailure{bytesAt + begin + e.GetOffset(), "string " + std::to_string(i) + " is not UTF-8"};
+                    return;
+                }
+            }
+        });
+        for (auto const& failure : failures) {
+            if (failure) {
+                m.FailAt(failure->at, failure->what);
+            }
+        }
+    }
+
     // `count` elements of storage T: raw little-endian buffers for the fixed widths, offsets and
     // UTF-8 bytes for strings, one value each for values.
     template <class T>
     std::unique_ptr<std::vector<T>> ReadColumn(std::uint32_t count, StoreTypeInfo const& type) {
         auto values = std::make_unique<std::vector<T>>();
         if constexpr (std::is_same_v<T, RIndirectString>) {
-            m.Align(4, "string offsets");
-            m.Require(std::uint64_t(count) + 1, 4, "string offsets");
-            std::size_t const offsetsAt = m.GetOffset();
-            auto const offsetBytes = m.ReadBytes((std::size_t(count) + 1) * 4, "string offsets");
-            auto offset = [&](std::size_t i) {
-                return ReadLittleEndian<std::uint32_t>(offsetBytes.subspan(i * 4, 4));
-            };
-            if (offset(0) != 0) {
-                m.FailAt(offsetsAt, "the first string offset is not 0");
-            }
-            std::size_t const bytesAt = m.GetOffset();
-            auto const bytes = m.ReadBytes(offset(count), "string bytes");
-            // Each text is found through its own offsets, so pieces of a long column are read on
-            // several threads; the first failure of the column is the one reported.
-            values->resize(count);
-            // One slot per piece: a piece is at least c_smallestPiece long, so the first element
-            // of each falls in a slot of its own, and the slots are in the order of the pieces.
-            std::vector<std::optional<StringFailure>> failures(count / io_detail::c_smallestPiece + 1);
-            io_detail::ReadInPieces(count, [&](std::size_t first, std::size_t last) {
-                StringArena& arena = *StringArena::Current();
-                for (std::size_t i = first; i < last; ++i) {
-                    std::uint32_t const begin = offset(i);
-                    std::uint32_t const end = offset(i + 1);
-                    if (end < begin || end > bytes.size()) {
-                        failures[first / io_detail::c_smallestPiece] = StringFailure{
-                            offsetsAt + 4 * (i + 1),
-                            "string offsets go backwards or past the bytes at element " + std::to_string(i)};
-                        return;
-                    }
-                    try {
-                        (*values)[i] = StringOfUtf8(
-                            std::string_view(reinterpret_cast<char const*>(bytes.data()) + begin, end - begin),
-                            arena);
-                    } catch (TStringEncodingException const& e) {
-                        failures[first / io_detail::c_smallestPiece] =
-                            StringFailure{bytesAt + begin + e.GetOffset(), "string " + std::to_string(i) + " is not UTF-8"};
-                        return;
-                    }
-                }
-            });
-            for (auto const& failure : failures) {
-                if (failure) {
-                    m.FailAt(failure->at, failure->what);
-                }
-            }
+            ReadStrings(*values, count);
         } else if constexpr (std::is_same_v<T, ValuePtr>) {
             m.Require(count, 1, "elements");
             values->reserve(count);
@@ -373,14 +379,6 @@ private:
         } else {
             CopyFixedWidth(*values, count);
         }
-        return values;
-    }
-
-    // `count` little-endian elements of a fixed width into a column buffer of the pool.
-    template <class T>
-    std::unique_ptr<HugePageVector<T>> ReadFixedWidthColumn(std::uint32_t count) {
-        auto values = std::make_unique<HugePageVector<T>>();
-        CopyFixedWidth(*values, count);
         return values;
     }
 
@@ -482,10 +480,16 @@ private:
         switch (static_cast<ArrayLayout>(m.ReadUInt8("layout"))) {
             case ArrayLayout::Flat: {
                 std::uint32_t const count = m.ReadUInt32("element count");
-                if constexpr (std::is_trivially_copyable_v<T>) {
-                    // Fixed widths land in their final buffer in one copy, from the pool of
-                    // column buffers and not cleared first.
-                    auto values = ReadFixedWidthColumn<T>(count);
+                if constexpr (std::is_trivially_copyable_v<T> || std::is_same_v<T, RIndirectString>) {
+                    // Fixed widths land in their final buffer in one copy, and the handles of
+                    // strings go straight into theirs: buffers from the pool of column buffers,
+                    // already in place when a freed column's buffer serves again.
+                    auto values = std::make_unique<HugePageVector<T>>();
+                    if constexpr (std::is_same_v<T, RIndirectString>) {
+                        ReadStrings(*values, count);
+                    } else {
+                        CopyFixedWidth(*values, count);
+                    }
                     auto specials = ReadSpecials<HugePageVector<SpecialKind>>(count);
                     return factory::MakeArray<T>(elementType, childType, std::move(values),
                                                  std::move(specials));
