@@ -1,16 +1,24 @@
 #include "transform/TransformFlatData.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
 #include "execute/WorkQueue.h"
 #include "transform/flatdata/FlatDataTask.h"
 #include "utility/StridedIndexGenerator.h"
-#include "zel/core/utility/StreamingStore.h"
 #include "zel/core/store/IStoreArray.h"
+#include "zel/core/utility/StreamingStore.h"
 #include "zel/core/utility/ZelCheck.h"
 
 namespace zel::vm {
+
+namespace {
+
+// Tasks of a parallel run for each thread that may run them.
+constexpr unsigned int c_tasksPerThread = 16;
+
+}  // namespace
 
 using core::ITypedArray;
 using core::KeyPath;
@@ -169,6 +177,24 @@ void TransformFlatData<T>::TransformVectorized(ITypedArray<T> const& inputArray,
     std::unique_ptr<TransformWorkQueue> const queue = MakeWorkQueue(parameters);
     FlatDataScratch<T> scratch(queue->GetThreadCount());
     std::vector<std::unique_ptr<ITransformTask>> tasks;
+    if (m_handler->GetDirection() == FlatDataDirection::Forwards) {
+        // A task runs a run of blocks: enough tasks that threads which start late or run slower
+        // take fewer, few enough that making and handing out tasks costs nothing next to the
+        // blocks. The function still sees blocks of the block size.
+        unsigned int const blockCount = (rangeLength + blockSize - 1) / blockSize;
+        unsigned int const taskCount = std::min(blockCount, queue->GetThreadCount() * c_tasksPerThread);
+        unsigned int const blocksPerTask = (blockCount + taskCount - 1) / taskCount;
+        auto const taskRows = static_cast<unsigned int>(
+            std::min<unsigned long long>(1ull * blocksPerTask * blockSize, rangeLength));
+        tasks.reserve(taskCount);
+        for (unsigned int offset = 0; offset < rangeLength; offset += std::min(taskRows, rangeLength - offset)) {
+            tasks.push_back(std::make_unique<FlatDataTask<T>>(
+                *m_handler, scratch, inputArray, useSpecial, rangeStartIndex + offset, offset,
+                std::min(taskRows, rangeLength - offset), rawDataView, blockSize));
+        }
+        queue->Run(tasks);
+        return;
+    }
     tasks.reserve(rangeLength / blockSize + 1);
     while (blocks.Next()) {
         unsigned int const start = blocks.GetStartIndex();

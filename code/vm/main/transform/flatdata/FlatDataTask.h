@@ -5,6 +5,7 @@
 // once for the block and writes the block's rows of the result buffer. Tasks of one run write
 // disjoint rows, so nothing is joined afterwards.
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -34,11 +35,12 @@ struct FlatDataScratch {
 template <class T>
 class FlatDataTask final : public ITransformTask {
 public:
-    // `inputRow` is the first row of the block in the input, `outputRow` the same row relative to
-    // `view`. The handler, the scratch and the input outlive the task.
+    // `inputRow` is the first row of the task's rows in the input, `outputRow` the same row
+    // relative to `view`; the task runs its `count` rows forwards in blocks of `blockSize` (its
+    // whole count when 0). The handler, the scratch and the input outlive the task.
     FlatDataTask(FlatDataHandler<T>& handler, FlatDataScratch<T>& scratch, core::ITypedArray<T> const& input,
                  bool useSpecial, unsigned int inputRow, unsigned int outputRow, unsigned int count,
-                 RawDataView view)
+                 RawDataView view, unsigned int blockSize = 0)
         : m_handler(handler),
           m_scratch(scratch),
           m_input(input),
@@ -46,24 +48,31 @@ public:
           m_inputRow(inputRow),
           m_outputRow(outputRow),
           m_count(count),
+          m_blockSize(blockSize != 0 ? blockSize : count),
           m_view(view) {}
 
     bool Run(unsigned int threadIndex) override {
         core::StringArena::Scope const arena(m_scratch.arenas[threadIndex]);
-        core::ArrayView<T const> const values =
-            m_input.GetValuesBlock(m_scratch.values.at(threadIndex), m_inputRow, m_count);
-        if (m_useSpecial) {
-            core::ArrayView<core::SpecialKind const> const specials =
-                m_input.GetSpecialsBlock(m_scratch.specials.at(threadIndex), m_inputRow, m_count);
-            m_handler.TransformBlockWithSpecials(values, specials, m_view, m_outputRow);
-        } else {
-            m_handler.TransformBlock(values, m_view, m_outputRow);
+        for (unsigned int done = 0; done < m_count; done += m_blockSize) {
+            RunBlock(threadIndex, done, std::min(m_blockSize, m_count - done));
         }
         // A block never stops the queue: a flat transform, once begun, runs to its end.
         return true;
     }
 
 private:
+    void RunBlock(unsigned int threadIndex, unsigned int offset, unsigned int count) {
+        core::ArrayView<T const> const values =
+            m_input.GetValuesBlock(m_scratch.values.at(threadIndex), m_inputRow + offset, count);
+        if (m_useSpecial) {
+            core::ArrayView<core::SpecialKind const> const specials =
+                m_input.GetSpecialsBlock(m_scratch.specials.at(threadIndex), m_inputRow + offset, count);
+            m_handler.TransformBlockWithSpecials(values, specials, m_view, m_outputRow + offset);
+        } else {
+            m_handler.TransformBlock(values, m_view, m_outputRow + offset);
+        }
+    }
+
     FlatDataHandler<T>& m_handler;
     FlatDataScratch<T>& m_scratch;
     core::ITypedArray<T> const& m_input;
@@ -71,6 +80,7 @@ private:
     unsigned int m_inputRow;
     unsigned int m_outputRow;
     unsigned int m_count;
+    unsigned int m_blockSize;
     RawDataView m_view;
 };
 
