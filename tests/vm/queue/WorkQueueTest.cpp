@@ -115,6 +115,25 @@ TEST(WorkQueueChoice, TheProcessPoolIsLeftHalfFree) {
 // The serial queue, and a parallel one without workers, run everything on the caller in order.
 // A task that stops, or throws, ends the run there: neither the rest of its batch nor a later
 // batch runs.
+// A parallel run's tasks are whole blocks, about 16 for each thread, and cover every row, also at
+// the extremes of the row count and the block size.
+TEST(WorkQueueChoice, TasksAreRunsOfWholeBlocksSixteenForEachThread) {
+    struct Case {
+        unsigned int rows, blockSize, threads;
+        unsigned long long tasks;  // expected
+    };
+    for (Case const c : {Case{10'000'000, 1024, 2, 32}, Case{10'000'000, 1024, 3, 48}, Case{100, 1024, 2, 1},
+                         Case{5000, 1024, 2, 5}, Case{0, 1024, 2, 1}, Case{4'294'967'295u, 1u << 31, 2, 2},
+                         Case{4'294'967'295u, 1, 4, 64}, Case{7, 0, 0, 7}}) {
+        SCOPED_TRACE(testing::Message() << c.rows << " rows in blocks of " << c.blockSize << " on "
+                                        << c.threads << " threads");
+        unsigned int const rows = RowsPerTask(c.rows, c.blockSize, c.threads);
+        ASSERT_GE(rows, 1u);
+        EXPECT_TRUE(rows % std::max(c.blockSize, 1u) == 0 || rows == std::max(c.rows, 1u));
+        EXPECT_EQ(std::max((1ull * c.rows + rows - 1) / rows, 1ull), c.tasks);
+    }
+}
+
 TEST(WorkQueue, OnTheCallerAloneTasksRunInOrderUntilOneStopsOrThrows) {
     SerialTransformWorkQueue serial;
     ParallelTransformWorkQueue noWorkers(0);

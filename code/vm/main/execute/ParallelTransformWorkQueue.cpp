@@ -45,6 +45,15 @@ std::unique_ptr<TransformWorkQueue> MakeWorkQueue(ExecutionParameters const& par
     return std::make_unique<ParallelTransformWorkQueue>(static_cast<unsigned int>(workers));
 }
 
+unsigned int RowsPerTask(unsigned int rangeLength, unsigned int blockSize, unsigned int threadCount) {
+    constexpr unsigned long long c_tasksPerThread = 16;
+    unsigned long long const block = std::max(blockSize, 1u);
+    unsigned long long const blocks = (rangeLength + block - 1) / block;
+    unsigned long long const tasks = std::max(1ull, std::min(blocks, c_tasksPerThread * std::max(threadCount, 1u)));
+    unsigned long long const blocksPerTask = (blocks + tasks - 1) / tasks;
+    return static_cast<unsigned int>(std::clamp(blocksPerTask * block, 1ull, std::max(1ull, 1ull * rangeLength)));
+}
+
 unsigned int ParallelTransformWorkQueue::GetThreadCount() const {
     return m_workerCount + 1;
 }

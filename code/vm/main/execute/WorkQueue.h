@@ -20,6 +20,12 @@ std::unique_ptr<TransformWorkQueue> MakeWorkQueue(ExecutionParameters const& par
                                                   unsigned int poolThreadCount,
                                                   unsigned long long poolUseCount);
 
+// The rows of one task of a parallel run over `rangeLength` rows cut into blocks of `blockSize`:
+// a whole number of blocks, so that a run has 16 tasks for each of `threadCount` threads (or one
+// a block, when there are fewer blocks). Enough tasks that a thread which starts late or runs
+// slower takes fewer; few enough that making and handing out tasks costs nothing next to them.
+unsigned int RowsPerTask(unsigned int rangeLength, unsigned int blockSize, unsigned int threadCount);
+
 // Runs every task on the calling thread, in order, with thread index 0.
 class SerialTransformWorkQueue final : public TransformWorkQueue {
 public:

@@ -13,13 +13,6 @@
 
 namespace zel::vm {
 
-namespace {
-
-// Tasks of a parallel run for each thread that may run them.
-constexpr unsigned int c_tasksPerThread = 16;
-
-}  // namespace
-
 using core::ITypedArray;
 using core::KeyPath;
 using core::StoreType;
@@ -178,15 +171,8 @@ void TransformFlatData<T>::TransformVectorized(ITypedArray<T> const& inputArray,
     FlatDataScratch<T> scratch(queue->GetThreadCount());
     std::vector<std::unique_ptr<ITransformTask>> tasks;
     if (m_handler->GetDirection() == FlatDataDirection::Forwards) {
-        // A task runs a run of blocks: enough tasks that threads which start late or run slower
-        // take fewer, few enough that making and handing out tasks costs nothing next to the
-        // blocks. The function still sees blocks of the block size.
-        unsigned int const blockCount = (rangeLength + blockSize - 1) / blockSize;
-        unsigned int const taskCount = std::min(blockCount, queue->GetThreadCount() * c_tasksPerThread);
-        unsigned int const blocksPerTask = (blockCount + taskCount - 1) / taskCount;
-        auto const taskRows = static_cast<unsigned int>(
-            std::min<unsigned long long>(1ull * blocksPerTask * blockSize, rangeLength));
-        tasks.reserve(taskCount);
+        // A task runs a run of blocks; the function still sees blocks of the block size.
+        unsigned int const taskRows = RowsPerTask(rangeLength, blockSize, queue->GetThreadCount());
         for (unsigned int offset = 0; offset < rangeLength; offset += std::min(taskRows, rangeLength - offset)) {
             tasks.push_back(std::make_unique<FlatDataTask<T>>(
                 *m_handler, scratch, inputArray, useSpecial, rangeStartIndex + offset, offset,

@@ -25,7 +25,6 @@
 #include "transform/ZipWithInstances.h"
 #include "transform/flatdata/FlatDataTask.h"
 #include "transform/flatdata/LogicalStorage.h"
-#include "utility/StridedIndexGenerator.h"
 #include "zel/core/functions/ZelFunctions.h"
 #include "zel/core/store/ArrayFactory.h"
 #include "zel/core/store/ITypedArray.h"
@@ -148,12 +147,13 @@ private:
     // the block's rows of the result.
     class ZipWithTask final : public ITransformTask {
     public:
-        // `inputRow` is the first row of the block in the inputs, `outputRow` the same row
-        // relative to `view`. Everything referred to outlives the task.
+        // `inputRow` is the first row of the task's rows in the inputs, `outputRow` the same row
+        // relative to `view`; the task runs its `count` rows in blocks of `blockSize` (its whole
+        // count when 0). Everything referred to outlives the task.
         ZipWithTask(FlatDataScratch<StorageA>& firstScratch, FlatDataScratch<StorageB>& secondScratch,
                     core::ITypedArray<StorageA> const& first, core::ITypedArray<StorageB> const& second,
                     RawDataView view, unsigned int outputRow, FunctionRun& run, unsigned int inputRow,
-                    unsigned int count)
+                    unsigned int count, unsigned int blockSize = 0)
             : m_firstScratch(firstScratch),
               m_secondScratch(secondScratch),
               m_first(first),
@@ -162,27 +162,37 @@ private:
               m_outputRow(outputRow),
               m_run(run),
               m_inputRow(inputRow),
-              m_count(count) {}
+              m_count(count),
+              m_blockSize(blockSize != 0 ? blockSize : count) {}
 
         bool Run(unsigned int threadIndex) override {
             core::StringArena::Scope const arena(m_firstScratch.arenas[threadIndex]);
+            for (unsigned int done = 0; done < m_count; done += m_blockSize) {
+                RunBlock(threadIndex, done, std::min(m_blockSize, m_count - done));
+            }
+            return true;
+        }
+
+    private:
+        void RunBlock(unsigned int threadIndex, unsigned int offset, unsigned int count) {
+            unsigned int const inputRow = m_inputRow + offset;
             ArrayView<StorageA const> const first =
-                m_first.GetValuesBlock(m_firstScratch.values.at(threadIndex), m_inputRow, m_count);
+                m_first.GetValuesBlock(m_firstScratch.values.at(threadIndex), inputRow, count);
             ArrayView<StorageB const> const second =
-                m_second.GetValuesBlock(m_secondScratch.values.at(threadIndex), m_inputRow, m_count);
-            RawDataView const block = m_view.SubView(m_outputRow, m_count);
+                m_second.GetValuesBlock(m_secondScratch.values.at(threadIndex), inputRow, count);
+            RawDataView const block = m_view.SubView(m_outputRow + offset, count);
             std::span<StorageC> const out = block.GetElements<StorageC>();
             std::span<C> const results = AsLogicalSpan<C>(out.data(), out.size());
             if (!m_run.IsSpecial()) {
                 m_run.CallBlock(AsLogicalSpan<A>(first.data(), first.size()), {},
                                 AsLogicalSpan<B>(second.data(), second.size()), {}, results, {});
-                return true;
+                return;
             }
             // The special form sees the specials of both inputs, also where only one has any.
             ArrayView<SpecialKind const> const firstSpecials =
-                m_first.GetSpecialsBlock(m_firstScratch.specials.at(threadIndex), m_inputRow, m_count);
+                m_first.GetSpecialsBlock(m_firstScratch.specials.at(threadIndex), inputRow, count);
             ArrayView<SpecialKind const> const secondSpecials =
-                m_second.GetSpecialsBlock(m_secondScratch.specials.at(threadIndex), m_inputRow, m_count);
+                m_second.GetSpecialsBlock(m_secondScratch.specials.at(threadIndex), inputRow, count);
             std::span<SpecialKind> const outSpecials = block.GetSpecialSpan();
             m_run.CallBlock(AsLogicalSpan<A>(first.data(), first.size()),
                             std::span<SpecialKind const>(firstSpecials.data(), firstSpecials.size()),
@@ -195,10 +205,8 @@ private:
                                                     [](SpecialKind s) { return s != SpecialKind::None; })) {
                 block.SetHasSpecials(true);
             }
-            return true;
         }
 
-    private:
         FlatDataScratch<StorageA>& m_firstScratch;
         FlatDataScratch<StorageB>& m_secondScratch;
         core::ITypedArray<StorageA> const& m_first;
@@ -208,6 +216,7 @@ private:
         FunctionRun& m_run;
         unsigned int m_inputRow;
         unsigned int m_count;
+        unsigned int m_blockSize;
     };
 
     template <class T>
@@ -244,18 +253,14 @@ private:
                          unsigned int rangeStartIndex, unsigned int rangeLength,
                          ExecutionParameters const& parameters) const {
         unsigned int const blockSize = parameters.blockSize;
-        StridedIndexGenerator blocks(rangeStartIndex, rangeLength, static_cast<int>(blockSize));
         if (!parameters.runInParallel) {
-            // On the calling thread the blocks run in order as they are cut: no task is kept, so
-            // a long column costs no allocation per block.
+            // On the calling thread the blocks run in order, as one task: a long column costs no
+            // allocation per block.
             FlatDataScratch<StorageA> firstScratch(1);
             FlatDataScratch<StorageB> secondScratch(1);
-            while (blocks.Next()) {
-                unsigned int const start = blocks.GetStartIndex();
-                ZipWithTask(firstScratch, secondScratch, first, second, view, start - rangeStartIndex, run,
-                            start, blocks.GetLength())
-                    .Run(0);
-            }
+            ZipWithTask(firstScratch, secondScratch, first, second, view, 0, run, rangeStartIndex, rangeLength,
+                        blockSize)
+                .Run(0);
             return;
         }
         // Declared so that they go in the order tasks, scratch, queue: the queue has stopped every
@@ -264,12 +269,12 @@ private:
         FlatDataScratch<StorageA> firstScratch(queue->GetThreadCount());
         FlatDataScratch<StorageB> secondScratch(queue->GetThreadCount());
         std::vector<std::unique_ptr<ITransformTask>> tasks;
-        tasks.reserve(rangeLength / blockSize + 1);
-        while (blocks.Next()) {
-            unsigned int const start = blocks.GetStartIndex();
+        // A task runs a run of blocks; the function still sees blocks of the block size.
+        unsigned int const taskRows = RowsPerTask(rangeLength, blockSize, queue->GetThreadCount());
+        for (unsigned int offset = 0; offset < rangeLength; offset += std::min(taskRows, rangeLength - offset)) {
             tasks.push_back(std::make_unique<ZipWithTask>(firstScratch, secondScratch, first, second, view,
-                                                          start - rangeStartIndex, run, start,
-                                                          blocks.GetLength()));
+                                                          offset, run, rangeStartIndex + offset,
+                                                          std::min(taskRows, rangeLength - offset), blockSize));
         }
         // The tasks never ask the queue to stop, so its answer carries nothing.
         queue->Run(tasks);
