@@ -1,5 +1,7 @@
 #pragma once
 
+#pragma GCC visibility push(default)
+
 // Writes that go past the cache. A result far larger than the cache cannot stay in it: a plain
 // store first reads each line of the target into the cache and later writes it back, so the
 // memory bus carries the result twice. A streaming store writes the line once, which is what lets
@@ -67,3 +69,5 @@ struct StreamingStoreFence {
 };
 
 }  // namespace zel::core
+
+#pragma GCC visibility pop
