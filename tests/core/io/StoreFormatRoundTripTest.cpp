@@ -46,6 +46,43 @@ TEST(StoreFormatRoundTrip, JsonAndBinaryGiveAnEqualStoreForEveryTypeAndLayout) {
     ExpectRoundTrip(&ThroughBinary);
 }
 
+// The readers check and widen ASCII a word at a time, with overlapping words at a text's end: every
+// length up to a few words, all ASCII and with one character of two, three or four bytes (or the
+// highest ASCII one) at each
+// place, comes back exact. A high bit missed at the edge of a word would come back as a wrong
+// character rather than an error.
+TEST(StoreFormatRoundTrip, TextsOfEveryShortLengthComeBackExactWhereverTheirNonAsciiCharacterIs) {
+    auto texts = std::make_unique<std::vector<RIndirectString>>();
+    for (std::size_t length = 0; length <= 40; ++length) {
+        std::wstring const ascii = [&] {
+            std::wstring text;
+            for (std::size_t i = 0; i < length; ++i) {
+                text += static_cast<wchar_t>(L' ' + (i * 7 + length) % 95);
+            }
+            return text;
+        }();
+        texts->emplace_back(ascii);
+        for (std::size_t at = 0; at < length; ++at) {
+            for (wchar_t const other : {L'\u00e9', L'\u20ac', L'\U0001F600', L'\u007f'}) {
+                std::wstring text = ascii;
+                text[at] = other;
+                texts->emplace_back(text);
+            }
+        }
+    }
+    std::vector<RIndirectString> const expected = *texts;
+    auto const store = factory::MakeDataStore(StoreValueMap{
+        {L"t", factory::MakeArray<RIndirectString>(StoreTypeInfo::String, std::move(texts))}});
+    for (auto const trip : {&ThroughJson, &ThroughBinary}) {
+        auto const back = trip(*store)->GetValue(KeyPath(L"t"));
+        auto const& column = dynamic_cast<ITypedArray<RIndirectString> const&>(*back);
+        ASSERT_EQ(column.GetCount(), expected.size());
+        for (std::size_t i = 0; i < expected.size(); ++i) {
+            ASSERT_EQ(column.GetValue(static_cast<unsigned int>(i)).View(), expected[i].View()) << "text " << i;
+        }
+    }
+}
+
 TEST(StoreFormatRoundTrip, JsonIsSortedAndPlainWhereTheTypeIsInferred) {
     auto const store = factory::MakeDataStore(
         StoreValueMap{{L"b", factory::MakeDouble(2)},

@@ -390,8 +390,11 @@ private:
         std::size_t const at = m.GetOffset();
         auto const bytes = m.ReadBytes(std::size_t(count) * sizeof(T), "elements");
         values.resize(count);
+        // A long column is copied in pieces on several threads: one thread rarely fills the bus.
         if (count > 0) {
-            std::memcpy(values.data(), bytes.data(), bytes.size());
+            io_detail::ReadInPieces(count, [&](std::size_t first, std::size_t last) {
+                std::memcpy(values.data() + first, bytes.data() + first * sizeof(T), (last - first) * sizeof(T));
+            });
         }
         if constexpr (std::endian::native == std::endian::big) {
             for (T& value : values) {

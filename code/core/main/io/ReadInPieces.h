@@ -1,7 +1,8 @@
 #pragma once
 
 // Reading a long column on more than one thread. A reader whose elements can be read apart (the
-// texts of a string column, each found through its own offset) splits the column into pieces, one
+// texts of a string column, each found through its own offset, or the bytes of a fixed-width
+// column, which one thread rarely copies at the speed of memory) splits the column into pieces, one
 // per thread: the calling thread reads the first, pool workers the others, each into its own
 // string arena, all into their own rows of one vector. Nothing is joined afterwards.
 //

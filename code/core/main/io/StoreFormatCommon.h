@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "store/array/ArrayValue.h"
+#include "utility/AsciiText.h"
 #include "zel/core/store/RIndirectString.h"
 #include "zel/core/store/StringArena.h"
 #include "zel/core/store/StoreTypeDispatcher.h"
@@ -57,26 +58,20 @@ private:
 TStringCore TextOfUtf8(std::string_view utf8);
 // Whether every byte is below 0x80.
 inline bool IsAscii(std::string_view utf8) noexcept {
-    unsigned char high = 0;
-    for (char const c : utf8) {
-        high |= static_cast<unsigned char>(c);
-    }
-    return high < 0x80;
+    return ascii::IsAscii(utf8.data(), utf8.size());
 }
-// The same as a string handle, made in this thread's current string arena when one is open, or
-// in `arena`. ASCII is inlined into the readers' loops, since it is most of what they read.
+// The same as a string handle. ASCII, most of what the readers read, is inlined into their loops
+// and widened straight into the text's characters in `arena`; other text is decoded into the
+// thread's current arena when one is open.
 RIndirectString StringOfNonAsciiUtf8(std::string_view utf8);
-inline RIndirectString StringOfUtf8(std::string_view utf8) {
-    if (IsAscii(utf8)) {
-        return RIndirectString::MakeCopy(utf8.begin(), utf8.size());
-    }
-    return StringOfNonAsciiUtf8(utf8);
-}
 inline RIndirectString StringOfUtf8(std::string_view utf8, StringArena& arena) {
-    if (IsAscii(utf8)) {
-        return arena.MakeCopy(utf8.begin(), utf8.size());
+    if (!IsAscii(utf8)) {
+        return StringOfNonAsciiUtf8(utf8);
     }
-    return StringOfNonAsciiUtf8(utf8);
+    wchar_t* characters = nullptr;
+    RIndirectString text = arena.MakeWritable(utf8.size(), characters);
+    ascii::Widen(utf8.data(), utf8.size(), characters);
+    return text;
 }
 
 // A parsed type text: "int32", "string(nocase)", "array<array<double>>", "keyset<string,int64>",
