@@ -28,6 +28,44 @@ TEST(TStringCore, ConstructsConcatenatesAndCompares) {
     EXPECT_LT(TStringCore(L"ab"), TStringCore(L"b"));
 }
 
+// A text owns its storage: it grows by appends, takes a part of itself, and a copy or a move leaves
+// each text whole and terminated.
+TEST(TStringCore, GrowsAndTakesPartsOfItselfWithoutLosingACharacter) {
+    TStringCore built;
+    std::wstring expected;
+    for (int i = 0; i < 1000; ++i) {
+        wchar_t const c = static_cast<wchar_t>(L'a' + i % 26);
+        built += c;
+        expected += c;
+    }
+    EXPECT_EQ(built.view(), expected);
+    EXPECT_GE(built.capacity(), built.size());
+    EXPECT_EQ(built.c_str()[built.size()], L'\0');
+
+    TStringCore self(L"abc");
+    self += self;  // the appended text is the one that grows
+    EXPECT_EQ(self, L"abcabc");
+    self += self.c_str() + 4;
+    EXPECT_EQ(self, L"abcabcbc");
+    self = self.c_str() + 2;  // a shorter part of itself, in place
+    EXPECT_EQ(self, L"cabcbc");
+    TStringCore const& alias = self;
+    self = alias;
+    EXPECT_EQ(self, L"cabcbc");
+
+    TStringCore moved(std::move(self));
+    EXPECT_EQ(moved, L"cabcbc");
+    EXPECT_TRUE(self.isEmpty());  // NOLINT: a moved-from text is empty and usable
+    self += L"again";
+    EXPECT_EQ(self, L"again");
+    moved = std::move(self);
+    EXPECT_EQ(moved, L"again");
+    EXPECT_EQ(moved.c_str()[moved.size()], L'\0');
+
+    EXPECT_TRUE(TStringCore::FromUtf8("").isEmpty());
+    EXPECT_EQ(TStringCore().c_str()[0], L'\0');
+}
+
 TEST(TStringCore, StartsWithAndReplaceHonourCaseSensitivity) {
     EXPECT_TRUE(TStringCore(L"~Init").startsWith(L'~'));
     EXPECT_FALSE(TStringCore().startsWith(L'~'));

@@ -38,7 +38,7 @@ void WriterPath::Fail(std::string const& what) const {
 
 TStringCore TextOfUtf8(std::string_view utf8) {
     if (IsAscii(utf8)) {
-        return TStringCore(TStringCore::Text(utf8.begin(), utf8.end()));
+        return TStringCore(utf8.begin(), utf8.end(), nullptr);
     }
     return TStringCore::FromUtf8(utf8);
 }

@@ -3,7 +3,10 @@
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
+#include <cwchar>
 #include <ostream>
+#include <span>
+#include <stdexcept>
 
 namespace {
 
@@ -22,51 +25,94 @@ bool IsScalarValue(UChar32 c) {
 
 }  // namespace
 
-TStringCore::TStringCore(wchar_t const* text, int length) {
-    if (text == nullptr) {
-        return;
-    }
-    if (length < 0) {
-        m_text.assign(text);
-    } else {
-        m_text.assign(text, static_cast<std::size_t>(length));
-    }
+TStringCore::TStringCore(wchar_t const* text, int length)
+    : TStringCore(text, text == nullptr ? 0 : length < 0 ? std::wcslen(text) : static_cast<std::size_t>(length),
+                  nullptr) {}
+
+TStringCore::TStringCore(wchar_t character, int count)
+    : TStringCore(static_cast<std::size_t>(std::max(count, 0)), character, nullptr) {}
+
+void TStringCore::ThrowTooLong() {
+    throw std::length_error("a text holds at most 2^32 - 2 characters");
 }
 
-TStringCore::TStringCore(wchar_t character, int count) {
-    if (count > 0) {
-        m_text.assign(static_cast<std::size_t>(count), character);
+TStringCore& TStringCore::operator=(TStringCore const& other) {
+    return this == &other ? *this : Assign(other.m_data, other.m_size);
+}
+
+// A text of the same region (the heap for both, most often) hands its storage over; from another
+// region the characters are copied, so that no region is carried over.
+TStringCore& TStringCore::operator=(TStringCore&& other) {
+    if (this == &other) {
+        return *this;
     }
+    if (m_region != other.m_region) {
+        return Assign(other.m_data, other.m_size);
+    }
+    Free();
+    m_data = other.m_data;
+    m_size = other.m_size;
+    m_capacity = other.m_capacity;
+    other.Forget();
+    return *this;
 }
 
 TStringCore& TStringCore::operator=(wchar_t const* text) {
-    m_text.assign(text ? text : L"");
-    return *this;
-}
-
-TStringCore& TStringCore::operator+=(TStringCore const& other) {
-    m_text += other.m_text;
-    return *this;
-}
-
-TStringCore& TStringCore::operator+=(wchar_t character) {
-    m_text += character;
-    return *this;
+    return Assign(text != nullptr ? text : L"", text != nullptr ? std::wcslen(text) : 0);
 }
 
 TStringCore& TStringCore::operator+=(wchar_t const* text) {
-    if (text != nullptr) {
-        m_text += text;
+    return text != nullptr ? Append(text, std::wcslen(text)) : *this;
+}
+
+TStringCore& TStringCore::Assign(wchar_t const* text, std::size_t length) {
+    if (length <= m_capacity) {
+        // The text may be part of this one: move rather than copy.
+        std::char_traits<wchar_t>::move(m_data, text, length);
+        m_data[length] = L'\0';
+        m_size = static_cast<std::uint32_t>(length);
+        return *this;
     }
+    TStringCore made(length, Unwritten(), m_region);
+    std::copy_n(text, length, made.m_data);
+    Free();
+    m_data = made.m_data;
+    m_size = made.m_size;
+    m_capacity = made.m_capacity;
+    made.Forget();
+    return *this;
+}
+
+// Grows to twice the capacity at least, so that a text built by appends costs amortised constant
+// time per character.
+TStringCore& TStringCore::Append(wchar_t const* text, std::size_t length) {
+    std::size_t const size = m_size + length;
+    if (size <= m_capacity) {
+        std::char_traits<wchar_t>::move(m_data + m_size, text, length);
+    } else {
+        if (length > c_maxLength - m_size) {
+            ThrowTooLong();
+        }
+        std::size_t const capacity = std::min(std::max<std::size_t>({size, 2 * std::size_t{m_capacity}, 15}), c_maxLength);
+        wchar_t* const grown = Allocate(capacity, m_region);
+        std::copy_n(m_data, m_size, grown);
+        // The appended text may be part of this one, which is freed only after the copy.
+        std::copy_n(text, length, grown + m_size);
+        Free();
+        m_data = grown;
+        m_capacity = static_cast<std::uint32_t>(capacity);
+    }
+    m_size = static_cast<std::uint32_t>(size);
+    m_data[size] = L'\0';
     return *this;
 }
 
 bool TStringCore::startsWith(wchar_t character, CaseSensitivity cs) const {
-    return !m_text.empty() && SameCharacter(m_text.front(), character, cs);
+    return m_size != 0 && SameCharacter(m_data[0], character, cs);
 }
 
 TStringCore& TStringCore::replace(wchar_t before, wchar_t after, CaseSensitivity cs) {
-    for (wchar_t& c : m_text) {
+    for (wchar_t& c : std::span(m_data, m_size)) {
         if (SameCharacter(c, before, cs)) {
             c = after;
         }
@@ -75,13 +121,17 @@ TStringCore& TStringCore::replace(wchar_t before, wchar_t after, CaseSensitivity
 }
 
 TStringCore TStringCore::FromUtf8(std::string_view utf8) {
-    Text out;
-    out.reserve(utf8.size());
-    auto const* bytes = reinterpret_cast<uint8_t const*>(utf8.data());
-    int32_t const length = static_cast<int32_t>(utf8.size());
     if (utf8.size() > static_cast<std::size_t>(INT32_MAX)) {
         throw TStringEncodingException("UTF-8 text longer than 2 GiB", 0);
     }
+    if (utf8.empty()) {
+        return {};
+    }
+    // No more characters than bytes: decoded into room for as many, then cut to the count.
+    TStringCore out(utf8.size(), Unwritten(), nullptr);
+    auto const* bytes = reinterpret_cast<uint8_t const*>(utf8.data());
+    int32_t const length = static_cast<int32_t>(utf8.size());
+    std::uint32_t count = 0;
     for (int32_t i = 0; i < length;) {
         int32_t const start = i;
         UChar32 c;
@@ -90,15 +140,17 @@ TStringCore TStringCore::FromUtf8(std::string_view utf8) {
             throw TStringEncodingException("invalid UTF-8 at byte " + std::to_string(start),
                                            static_cast<std::size_t>(start));
         }
-        out.push_back(static_cast<wchar_t>(c));
+        out.m_data[count++] = static_cast<wchar_t>(c);
     }
-    return TStringCore(std::move(out));
+    out.m_size = count;
+    out.m_data[count] = L'\0';
+    return out;
 }
 
 std::string TStringCore::ToUtf8() const {
     std::string out;
-    out.reserve(m_text.size());
-    for (wchar_t w : m_text) {
+    out.reserve(m_size);
+    for (wchar_t w : view()) {
         UChar32 c = static_cast<UChar32>(w);
         if (!IsScalarValue(c)) {
             c = 0xFFFD;

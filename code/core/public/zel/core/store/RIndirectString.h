@@ -46,8 +46,8 @@ public:
         }
     }
 
-    // A handle on `length` characters, all zero, in the current arena of this thread if there is
-    // one: the maker writes them through `characters` before the handle is copied or shared.
+    // A handle on `length` characters, in the current arena of this thread if there is one: the
+    // maker writes every one through `characters` before the handle is read, copied or shared.
     static RIndirectString MakeWritable(std::size_t length, wchar_t*& characters);
     // A handle on the `length` characters from `first` on (a random-access iterator whose elements
     // convert to wchar_t), in the current arena of this thread if there is one. Defined in

@@ -40,8 +40,8 @@ public:
     StringArena& operator=(StringArena const&) = delete;
 
     RIndirectString Make(std::wstring_view text);
-    // A handle on `length` zero characters, which the caller writes through `characters` before
-    // it copies or shares the handle.
+    // A handle on `length` characters, which the caller writes through `characters`, every one,
+    // before it reads, copies or shares the handle.
     RIndirectString MakeWritable(std::size_t length, wchar_t*& characters) {
         if (length == 0) {
             characters = nullptr;

@@ -35,8 +35,8 @@ public:
     // A chunk with room for `capacity` bytes of entries and characters, and `references` counted
     // references held by its maker.
     static StringChunk* Create(std::size_t capacity, std::size_t references);
-    // A chunk of exactly one text of `length` zero characters, with one reference, which the
-    // returned entry's handle holds.
+    // A chunk of exactly one text of `length` characters for the maker to write, with one
+    // reference, which the returned entry's handle holds.
     static StringEntry* MakeSingle(std::size_t length);
 
     // The bytes that an entry of `length` characters may take, alignment included.
@@ -47,10 +47,11 @@ public:
     bool HasRoomFor(std::size_t length) const noexcept {
         return HasRoom(sizeof(StringEntry) + (length + 1) * sizeof(wchar_t), c_slack);
     }
-    // A new entry of `length` characters, all zero, for the maker to write before it shares it.
+    // A new entry of `length` characters for the maker to write, every one, before it shares it.
     // The caller has checked the room.
     StringEntry* Emplace(std::size_t length) {
-        return new (Take(sizeof(StringEntry), alignof(StringEntry))) StringEntry{TStringCore(length, L'\0', this)};
+        return new (Take(sizeof(StringEntry), alignof(StringEntry)))
+            StringEntry{TStringCore(length, TStringCore::Unwritten(), this)};
     }
     // A new entry holding the `length` characters from `first` on (a random-access iterator whose
     // elements convert to wchar_t), written once, with no zeroing first.
