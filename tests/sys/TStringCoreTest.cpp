@@ -62,8 +62,20 @@ TEST(TStringCore, GrowsAndTakesPartsOfItselfWithoutLosingACharacter) {
     EXPECT_EQ(moved, L"again");
     EXPECT_EQ(moved.c_str()[moved.size()], L'\0');
 
+    // Empty texts own nothing, and adding or assigning nothing keeps it so.
+    TStringCore empty;
+    empty += L"";
+    empty += TStringCore();
+    empty = L"";
+    empty = TStringCore();
+    empty = static_cast<wchar_t const*>(nullptr);
+    EXPECT_TRUE(empty.isEmpty());
+    EXPECT_EQ(empty.capacity(), 0u);
+    EXPECT_EQ(empty.c_str()[0], L'\0');
     EXPECT_TRUE(TStringCore::FromUtf8("").isEmpty());
-    EXPECT_EQ(TStringCore().c_str()[0], L'\0');
+    moved = L"";
+    EXPECT_TRUE(moved.isEmpty());
+    EXPECT_EQ(moved.c_str()[0], L'\0');
 }
 
 TEST(TStringCore, StartsWithAndReplaceHonourCaseSensitivity) {

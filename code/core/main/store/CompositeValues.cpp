@@ -36,9 +36,9 @@ std::vector<Entry const*> SortedEntries(StoreValueMap const& entries) {
     return sorted;
 }
 
+// The heap block of a text's characters and terminator; a text in a region has none of its own.
 std::size_t HeapTextBytes(TStringCore const& text) {
-    std::size_t const capacity = text.capacity();
-    return capacity > TStringCore().capacity() ? (capacity + 1) * sizeof(wchar_t) : 0;
+    return text.capacity() != 0 && text.region() == nullptr ? (text.capacity() + 1) * sizeof(wchar_t) : 0;
 }
 
 }  // namespace

@@ -66,6 +66,11 @@ TStringCore& TStringCore::operator+=(wchar_t const* text) {
 }
 
 TStringCore& TStringCore::Assign(wchar_t const* text, std::size_t length) {
+    if (length == 0 && m_capacity == 0) {
+        // Nothing to keep, and the constant terminator of an empty text is never written.
+        Forget();
+        return *this;
+    }
     if (length <= m_capacity) {
         // The text may be part of this one: move rather than copy.
         std::char_traits<wchar_t>::move(m_data, text, length);
@@ -86,6 +91,9 @@ TStringCore& TStringCore::Assign(wchar_t const* text, std::size_t length) {
 // Grows to twice the capacity at least, so that a text built by appends costs amortised constant
 // time per character.
 TStringCore& TStringCore::Append(wchar_t const* text, std::size_t length) {
+    if (length == 0) {
+        return *this;
+    }
     std::size_t const size = m_size + length;
     if (size <= m_capacity) {
         std::char_traits<wchar_t>::move(m_data + m_size, text, length);
