@@ -9,7 +9,9 @@
 //   first, on one thread and on two.
 // - upper over 1 million short strings (8 to 16 characters, a quarter of them with non-ASCII
 //   letters), beside a loop of ICU's full case mapping that makes an owned string a row: from
-//   UTF-8 to UTF-8, and from UTF-32 to UTF-32, the form the machine holds its texts in.
+//   UTF-8 to UTF-8, and from UTF-32 to UTF-32, the form the machine holds its texts in. Then
+//   1 to 7 ASCII characters beside a plain toupper loop, and texts already in upper case, which
+//   the machine returns shared. Each machine figure runs serially and on two threads.
 // - multiply(2.0) over a constant column: one function call, so 10 rows and 10 million rows
 //   cost the same.
 
@@ -119,25 +121,34 @@ StringData& Strings() {
 }
 
 // 1 to 7 ASCII letters, digits and spaces: the short texts of a code or a name column.
-StringData& AsciiStrings() {
-    static StringData data = [] {
-        StringData d;
-        std::mt19937 random(11);
-        std::string_view const ascii = "abcdefghijklmnopqrstuvwxyz0123456789 ";
-        std::string json = "{\"a\": [";
-        for (std::size_t i = 0; i < c_strings; ++i) {
-            std::string text(1 + random() % 7, ' ');
-            for (auto& c : text) {
-                c = ascii[random() % ascii.size()];
-            }
-            json += (i == 0 ? "\"" : ",\"") + text + "\"";
-            d.wideValues.emplace_back(text.begin(), text.end());
-            d.values.push_back(std::move(text));
+// 1 to 7 characters of `alphabet` each.
+StringData MakeAsciiStrings(std::string_view alphabet) {
+    StringData d;
+    std::mt19937 random(11);
+    std::string json = "{\"a\": [";
+    for (std::size_t i = 0; i < c_strings; ++i) {
+        std::string text(1 + random() % 7, ' ');
+        for (auto& c : text) {
+            c = alphabet[random() % alphabet.size()];
         }
-        json += "]}";
-        d.column = core::StoreValueParser::MakeDataStore(std::string_view(json))->GetValue(KeyPath(L"a"));
-        return d;
-    }();
+        json += (i == 0 ? "\"" : ",\"") + text + "\"";
+        d.wideValues.emplace_back(text.begin(), text.end());
+        d.values.push_back(std::move(text));
+    }
+    json += "]}";
+    d.column = core::StoreValueParser::MakeDataStore(std::string_view(json))->GetValue(KeyPath(L"a"));
+    return d;
+}
+
+StringData& AsciiStrings() {
+    static StringData data = MakeAsciiStrings("abcdefghijklmnopqrstuvwxyz0123456789 ");
+    return data;
+}
+
+// Texts that upper() leaves as they are, and so returns shared: the threads of a run count
+// references on the input's chunks rather than make texts.
+StringData& AsciiUpperStrings() {
+    static StringData data = MakeAsciiStrings("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789 ");
     return data;
 }
 
@@ -285,8 +296,8 @@ BENCHMARK(BM_Map_Chain_Limit)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 // ---- upper over 1 million short strings ---------------------------------------------------------
 
-void BM_Map_Upper_Machine(benchmark::State& state) {
-    auto const map = MakeMap("array<string>", "upper()", Options(true));
+void BM_Map_Upper_Machine(benchmark::State& state, bool parallel) {
+    auto const map = MakeMap("array<string>", "upper()", Options(parallel));
     RunMachine(state, *map, Strings().column, c_strings);
 }
 
@@ -327,9 +338,14 @@ void BM_Map_Upper_IcuLoop_Utf32(benchmark::State& state) {
     Items(state, c_strings);
 }
 
-void BM_Map_Upper_Ascii_Machine(benchmark::State& state) {
-    auto const map = MakeMap("array<string>", "upper()", Options(true));
+void BM_Map_Upper_Ascii_Machine(benchmark::State& state, bool parallel) {
+    auto const map = MakeMap("array<string>", "upper()", Options(parallel));
     RunMachine(state, *map, AsciiStrings().column, c_strings);
+}
+
+void BM_Map_Upper_AsciiUnchanged_Machine(benchmark::State& state, bool parallel) {
+    auto const map = MakeMap("array<string>", "upper()", Options(parallel));
+    RunMachine(state, *map, AsciiUpperStrings().column, c_strings);
 }
 
 // The plain loop: toupper into strings that are ready, of the right sizes.
@@ -348,10 +364,14 @@ void BM_Map_Upper_Ascii_ToupperLoop(benchmark::State& state) {
     Items(state, c_strings);
 }
 
-BENCHMARK(BM_Map_Upper_Machine)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_Map_Upper_Machine, Serial, false)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_Map_Upper_Machine, TwoThreads, true)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Map_Upper_IcuLoop)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Map_Upper_IcuLoop_Utf32)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_Map_Upper_Ascii_Machine)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_Map_Upper_Ascii_Machine, Serial, false)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_Map_Upper_Ascii_Machine, TwoThreads, true)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_Map_Upper_AsciiUnchanged_Machine, Serial, false)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(BM_Map_Upper_AsciiUnchanged_Machine, TwoThreads, true)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Map_Upper_Ascii_ToupperLoop)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 // ---- a constant column --------------------------------------------------------------------------

@@ -258,6 +258,38 @@ TEST_F(MapTest, LargeColumnsGiveTheSameRowsInParallelAsSerially) {
     }
 }
 
+// Above the threshold a Map with a string result runs on two threads, each making its texts in an
+// arena of its own: every row must be the serial run's, whether the function made a new text (ASCII
+// or the full mapping of "ß") or returned its input shared, and a text taken out of the result
+// must outlive the result and the run.
+TEST_F(MapTest, StringResultsAreTheSameOnTwoThreadsAndOutliveTheRun) {
+    unsigned int const count = 600'001;
+    std::vector<std::wstring> const forms{L"abc", L"ABC", L"stra\u00dfe", L"", L"x1 y2", L"\u00e9t\u00e9"};
+    auto texts = std::make_unique<std::vector<core::RIndirectString>>();
+    for (unsigned int row = 0; row < count; ++row) {
+        texts->emplace_back(forms[row % forms.size()] + std::to_wstring(row));
+    }
+    Value const input =
+        core::factory::MakeArray<core::RIndirectString>(core::StoreTypeInfo::String, std::move(texts));
+    VMOptions parallel;
+    parallel.SetMaxWorkerThreadsToUse(2);
+    VMOptions serial;
+    serial.SetUseParallelTransforms(false);
+    std::string const program = MapProgram("upper()", "array<string>", "array<string>");
+
+    Value inParallel = RunProgram(program, {{L"a", input}}, parallel);
+    Value const inSeries = RunProgram(program, {{L"a", input}}, serial);
+    ASSERT_EQ(inParallel->GetCount(), count);
+    EXPECT_TRUE(inParallel->Equals(*inSeries));
+    auto const& strings = dynamic_cast<core::ITypedArray<core::RIndirectString> const&>(*inParallel);
+    EXPECT_EQ(strings.GetValue(2).View(), L"STRASSE2");
+    core::RIndirectString const made = strings.GetValue(count - 3);
+    core::RIndirectString const shared = strings.GetValue(count - 6);
+    inParallel.reset();
+    EXPECT_EQ(made.View(), L"X1 Y2" + std::to_wstring(count - 3));
+    EXPECT_EQ(shared.View(), L"ABC" + std::to_wstring(count - 6));
+}
+
 // A result larger than the cache is written past it, a piece of a block at a time: rows must be
 // exact at every piece and block edge, with blocks whose rows start off a 16-byte boundary, on one
 // thread and on two. A function that may leave rows unwritten still finds them at their initial

@@ -80,9 +80,10 @@ TEST(ExecutionStrategy, OperatorsGoParallelFromTheirThresholds) {
         cases.push_back({type, {flat, array}, flat, 100000});  // any collection input lowers the threshold
         cases.push_back({type, {flat, StoreTypeInfo::Int32}, flat, 500000});
         cases.push_back({type, {}, flat, 500000});
-        // A string result never goes parallel, whatever its collation.
-        cases.push_back({type, {array}, StoreTypeInfo::String, c_never});
-        cases.push_back({type, {array}, KeySegmentType(caseless), c_never});
+        // A string result goes parallel only from a Map, whatever its collation.
+        unsigned int const strings = type == OperatorType::Map ? 100000 : c_never;
+        cases.push_back({type, {array}, StoreTypeInfo::String, strings});
+        cases.push_back({type, {array}, KeySegmentType(caseless), strings});
     }
     cases.push_back({OperatorType::Zip, {StoreTypeInfo::String}, StoreTypeInfo::String, 100000});
     cases.push_back({OperatorType::Zip, {}, flat, 100000});

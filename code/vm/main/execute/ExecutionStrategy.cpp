@@ -48,8 +48,10 @@ private:
             case OperatorType::Filter:
             case OperatorType::Map:
             case OperatorType::ZipWith:
-                // Strings are built through shared storage, which does not scale over threads.
-                if (m_resultStoreType == static_cast<unsigned char>(core::StoreType::String)) {
+                // A Map's threads make their texts in arenas of their own, which scales. Filter and
+                // ZipWith keep their string results serial until they are measured on threads.
+                if (m_operatorType != OperatorType::Map &&
+                    m_resultStoreType == static_cast<unsigned char>(core::StoreType::String)) {
                     return false;
                 }
                 return rowCount >= c_parallelRows ||
