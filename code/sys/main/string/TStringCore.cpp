@@ -78,14 +78,10 @@ TStringCore& TStringCore::Assign(wchar_t const* text, std::size_t length) {
         m_size = static_cast<std::uint32_t>(length);
         return *this;
     }
+    // Made in this text's own region, so the move below hands the storage over.
     TStringCore made(length, Unwritten(), m_region);
     std::copy_n(text, length, made.m_data);
-    Free();
-    m_data = made.m_data;
-    m_size = made.m_size;
-    m_capacity = made.m_capacity;
-    made.Forget();
-    return *this;
+    return *this = std::move(made);
 }
 
 // Grows to twice the capacity at least, so that a text built by appends costs amortised constant
